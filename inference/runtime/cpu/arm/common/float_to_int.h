@@ -1,0 +1,50 @@
+// Float to integer as the Arm instructions convert: NaN gives 0, values out of range the nearest representable one.
+#pragma once
+
+#include "inference/runtime/cpu/arm/common/simd.h"
+
+namespace tamix {
+
+// The signed 32-bit integers of floats that are already whole, or are to be truncated toward zero.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateToInt32(D /*d*/, V v) {
+  const hn::RebindToSigned<D> di;
+#if HWY_TARGET == HWY_NEON
+  return hn::ConvertTo(di, v);
+#else
+  // ConvertTo saturates; only NaN needs mending.
+  return hn::ConvertTo(di, hn::IfThenElseZero(hn::Eq(v, v), v));
+#endif
+}
+
+// Rounded to the nearest integer, ties to even.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundToInt32(D d, V v) {
+  return truncateToInt32(d, hn::Round(v));
+}
+
+// Rounded toward minus infinity.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> floorToInt32(D d, V v) {
+  return truncateToInt32(d, hn::Floor(v));
+}
+
+// Truncated toward zero to unsigned 32-bit integers: negative values give 0, values of 2^32 and more 2^32 - 1.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToUnsigned<D>> truncateToUint32(D d, V v) {
+  const hn::RebindToUnsigned<D> du;
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) return hn::Vec<decltype(du)>(vcvtq_u32_f32(v.raw));
+#endif
+  const auto two31 = hn::Set(d, 2147483648.0f);
+  const auto positive = hn::IfThenElseZero(hn::Gt(v, hn::Zero(d)), v);
+  const auto upper = hn::Ge(positive, two31);
+  // The upper half of the range is converted less 2^31, which is added back as the top bit.
+  const auto lowered = hn::Sub(positive, hn::IfThenElseZero(upper, two31));
+  const auto converted = hn::BitCast(du, truncateToInt32(d, lowered));
+  const auto top = hn::IfThenElseZero(hn::RebindMask(du, upper), hn::Set(du, 0x80000000u));
+  const auto all = hn::IfThenElseZero(hn::RebindMask(du, hn::Ge(positive, hn::Set(d, 4294967296.0f))), hn::Set(du, ~0u));
+  return hn::Or(hn::Or(converted, top), all);
+}
+
+}  // namespace tamix

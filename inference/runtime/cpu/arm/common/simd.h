@@ -1,0 +1,36 @@
+// Vectors of any width, and the one way to walk a row with them.
+#pragma once
+
+#include <hwy/highway.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tamix {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Whole blocks of kBlock with body(d, i), which computes Lanes(d) elements from i on, then the rest with tail(i). Wide
+// machines take several blocks at a time; where the tail starts depends on n and kBlock alone.
+template <class T, size_t kBlock, class Body, class Tail>
+HWY_INLINE void walkRow(size_t n, const Body& body, const Tail& tail) {
+  const hn::ScalableTag<T> wide;
+  const hn::CappedTag<T, kBlock> block;
+  const size_t blocks_end = n - n % kBlock;
+  size_t i = 0;
+  for (; i + hn::Lanes(wide) <= blocks_end; i += hn::Lanes(wide)) body(wide, i);
+  for (; i < blocks_end; i += hn::Lanes(block)) body(block, i);
+  for (; i < n; ++i) tail(i);
+}
+
+// The same where blocks and tail agree: whole vectors, then one lane at a time.
+template <class T, class Body>
+HWY_INLINE void walkRow(size_t n, const Body& body) {
+  const hn::ScalableTag<T> wide;
+  const hn::CappedTag<T, 1> one;
+  size_t i = 0;
+  for (; i + hn::Lanes(wide) <= n; i += hn::Lanes(wide)) body(wide, i);
+  for (; i < n; ++i) body(one, i);
+}
+
+}  // namespace tamix

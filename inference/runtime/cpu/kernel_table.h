@@ -1,0 +1,92 @@
+// The kernels that operators call. Every operator copies its own from here when it is created.
+#pragma once
+
+#include <cstddef>
+
+namespace tamix {
+
+// Entry n is line n. A field has its kernel's own signature, so a wrong argument list does not compile.
+struct KernelTable {
+  const void* entry_0 = nullptr;   // 0 resizeAreaCPUUINT8
+  const void* entry_1 = nullptr;   // 1 resizeBilinearCPUUINT8
+  const void* entry_2 = nullptr;   // 2 resizeBilinearNV21toRGBCPUUINT8
+  const void* entry_3 = nullptr;   // 3 resizeBilinearNV21toBGRCPUUINT8
+  const void* entry_4 = nullptr;   // 4 resizeNearestCPUUINT8
+  const void* entry_5 = nullptr;   // 5 RGBToNV12CPUUINT8
+  const void* entry_6 = nullptr;   // 6 BGRToNV12CPUUINT8
+  const void* entry_7 = nullptr;   // 7 RGBToNV21CPUUINT8
+  const void* entry_8 = nullptr;   // 8 BGRToNV21CPUUINT8
+  const void* entry_9 = nullptr;   // 9 NV21ToRGBCPUUINT8
+  const void* entry_10 = nullptr;  // 10 NV21ToBGRCPUUINT8
+  const void* entry_11 = nullptr;  // 11 NV12ToRGBCPUUINT8
+  const void* entry_12 = nullptr;  // 12 NV12ToBGRCPUUINT8
+  const void* entry_13 = nullptr;  // 13 RGBAToHSVCPUUINT8
+  const void* entry_14 = nullptr;  // 14 BGRAToHSVCPUUINT8
+  const void* entry_15 = nullptr;  // 15 meanSTDCPUUINT8
+  const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
+  const void* entry_17 = nullptr;  // 17 mergeCPUUINT8
+  const void* entry_18 = nullptr;  // 18 splitCPUUINT8
+  const void* entry_19 = nullptr;  // 19 meanFilterCPUUINT8
+  const void* entry_20 = nullptr;  // 20 imageFuseOverlapCPUUINT8
+  const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
+  const void* entry_22 = nullptr;  // 22 I420ToRGBCPUUINT8
+  const void* entry_23 = nullptr;  // 23 I420ToBGRCPUUINT8
+  const void* entry_24 = nullptr;  // 24 subtractCPUUINT8
+  const void* entry_25 = nullptr;  // 25 addCPUUINT8
+  const void* entry_26 = nullptr;  // 26 convertScaleAbsCPUUINT8
+  const void* entry_27 = nullptr;  // 27 gaussianFilterCPUUINT8
+  const void* entry_28 = nullptr;  // 28 laplacianFilterCPUUINT8
+  const void* entry_29 = nullptr;  // 29 calcHistCPUUINT8
+  const void* entry_30 = nullptr;  // 30 flipCPUUINT8
+  const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
+  const void* entry_32 = nullptr;  // 32 countNonZeroCPUUINT8
+  const void* entry_33 = nullptr;  // 33 copyMakeBorderCPUUINT8
+  const void* entry_34 = nullptr;  // 34 RGBToLABCPUUINT8
+  const void* entry_35 = nullptr;  // 35 LABToRGBCPUUINT8
+  const void* entry_36 = nullptr;  // 36 color3ToGRAYCPUUINT8
+  const void* entry_37 = nullptr;  // 37 color4ToGRAYCPUUINT8
+  const void* entry_38 = nullptr;  // 38 warpAffineCPUUINT8
+  const void* entry_39 = nullptr;  // 39 rectCutCPUUINT8
+  const void* entry_40 = nullptr;  // 40 erodeCPUUINT8
+  const void* entry_41 = nullptr;  // 41 dilateCPUUINT8
+  const void* entry_42 = nullptr;  // 42 getStructuringElementCPUUINT8
+  const void* entry_43 = nullptr;  // 43 morphologyExCPUUINT8
+  const void* entry_44 = nullptr;  // 44 thresholdCPUUINT8
+  const void* entry_45 = nullptr;  // 45 remapCPUUINT8
+  const void* entry_46 = nullptr;  // 46 warpPerspectiveCPUUINT8
+  const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
+  const void* entry_48 = nullptr;  // 48 color4ToColor3CPUUINT8
+  const void* entry_49 = nullptr;  // 49 vconcatCPUUINT8
+  const void* entry_50 = nullptr;  // 50 hconcatCPUUINT8
+  const void* entry_51 = nullptr;  // 51 bitwiseAndCPUUINT8
+  const void* entry_52 = nullptr;  // 52 bitwiseOrCPUUINT8
+  const void* entry_53 = nullptr;  // 53 bitwiseXorCPUUINT8
+  const void* entry_54 = nullptr;  // 54 bitwiseNotCPUUINT8
+  const void* entry_55 = nullptr;  // 55 resizeAreaCPUFLOAT32
+  const void* entry_56 = nullptr;  // 56 resizeBilinearCPUFLOAT32
+  const void* entry_57 = nullptr;  // 57
+  const void* entry_58 = nullptr;  // 58 meanFilterCPUFLOAT32
+  const void* entry_59 = nullptr;  // 59 addCPUFLOAT32
+  const void* entry_60 = nullptr;  // 60 subtractCPUFLOAT32
+  const void* entry_61 = nullptr;  // 61 multipleCPUFLOAT32
+  const void* entry_62 = nullptr;  // 62 divideCPUFLOAT32
+  const void* entry_63 = nullptr;  // 63 addCPUUINT8toFLOAT32
+  const void* entry_64 = nullptr;  // 64 subtractCPUUINT8toFLOAT32
+  const void* entry_65 = nullptr;  // 65 multipleCPUUINT8toFLOAT32
+  const void* entry_66 = nullptr;  // 66 divideCPUUINT8toFLOAT32
+  const void* entry_67 = nullptr;  // 67 addCPUFLOAT32toUINT8
+  const void* entry_68 = nullptr;  // 68 subtractCPUFLOAT32toUINT8
+  const void* entry_69 = nullptr;  // 69 multipleCPUFLOAT32toUINT8
+  const void* entry_70 = nullptr;  // 70 divideCPUFLOAT32toUINT8
+  const void* entry_71 = nullptr;  // 71 convertScaleAbsCPUFLOAT32
+  const void* entry_72 = nullptr;  // 72 normalizationCPUFLOAT32
+  const void* entry_73 = nullptr;  // 73 rectCutCPUFLOAT32
+  const void* entry_74 = nullptr;  // 74 splitCPUFLOAT32
+  const void* entry_75 = nullptr;  // 75 getPerspectiveTransformCPUFLOAT32
+};
+static_assert(sizeof(KernelTable) == 76 * sizeof(void*));
+
+// The one table of the process. Constant: it needs no initialisation and cannot change.
+const KernelTable& kernelTable();
+
+}  // namespace tamix

@@ -1,0 +1,64 @@
+// What every operator file uses: kernels, planes, shared refusals, registration.
+#pragma once
+
+#include <new>
+
+#include "inference/runtime/cpu/cpu_runtime.h"
+#include "inference/runtime/cpu/kernel_table.h"
+#include "inference/utils/tamix_log.h"
+#include "tamix/framework.hpp"
+
+namespace tamix {
+
+// The kernels that a runtime's operators call.
+inline const KernelTable& kernels(const Runtime* runtime) {
+  return runtime == nullptr || runtime->kernelTable() == nullptr ? kernelTable() : *runtime->kernelTable();
+}
+
+// A plane of an image as elements.
+template <class T>
+T* data(const TamixImage& image, int32_t plane = 0) {
+  return static_cast<T*>(image.data[plane]);
+}
+
+template <class... Values>
+constexpr bool isOneOf(int32_t value, Values... values) {
+  return ((value == values) || ...);
+}
+
+// Registers an operator's creator at load. The instance owns what the creator makes.
+template <class Creator>
+class OperatorRegistration {
+ public:
+  explicit OperatorRegistration(int32_t type) { addCPUOperator(type, new Creator); }
+};
+
+}  // namespace tamix
+
+// Defines the creator of an operator class and registers it under its type.
+#define TAMIX_REGISTER_OPERATOR(type, Class, Creator)           \
+  class Creator final : public Runtime::OperatorCreator {       \
+   public:                                                      \
+    Operator* create(Runtime* runtime) const override {         \
+      Operator* const made = new (std::nothrow) Class(runtime); \
+      if (made != nullptr) made->setReady();                    \
+      return made;                                              \
+    }                                                           \
+  };                                                            \
+  [[maybe_unused]] static const OperatorRegistration<Creator> register##Class(type)
+
+// Refuses images of unequal width or height.
+#define TAMIX_REQUIRE_SAME_SIZE(src, dst)                                                                                     \
+  TAMIX_REQUIRE((src).width == (dst).width && (src).height == (dst).height, TAMIX_ERR_UNSUPPORTED,                            \
+                "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", (src).height, (src).width, (dst).height, \
+                (dst).width)
+
+// Refuses images of unequal channel counts.
+#define TAMIX_REQUIRE_SAME_CHANNEL(src, dst)                                                                                   \
+  TAMIX_REQUIRE((src).channel == (dst).channel, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output channel: %d, %d", \
+                (src).channel, (dst).channel)
+
+// Refuses other element types than the given ones.
+#define TAMIX_REQUIRE_TYPE(image, ...)                                                                                 \
+  TAMIX_REQUIRE(tamix::isOneOf((image).type, __VA_ARGS__), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", \
+                (image).type)

@@ -1,0 +1,189 @@
+// The vector helpers that kernels share, each against a scalar model.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "inference/runtime/cpu/arm/common/byte_lookup.h"
+#include "inference/runtime/cpu/arm/common/fixed_point.h"
+#include "inference/runtime/cpu/arm/common/float_to_int.h"
+#include "inference/runtime/cpu/arm/common/reciprocal.h"
+
+namespace tamix::test {
+namespace {
+
+// Bit patterns around every place where the conversions and the estimate change their rule, and many others.
+std::vector<float> interestingFloats() {
+  std::vector<float> values;
+  for (const uint32_t sign : {0u, 0x80000000u}) {
+    for (uint32_t exponent = 0; exponent <= 255; ++exponent) {
+      for (const uint32_t fraction :
+           {0u, 1u, 0x7FFFu, 0x8000u, 0x100000u, 0x1FFFFFu, 0x200000u, 0x3FFFFFu, 0x400000u, 0x555555u, 0x7F8000u, 0x7FFFFFu}) {
+        values.push_back(std::bit_cast<float>(sign | (exponent << 23) | fraction));
+      }
+    }
+  }
+  std::mt19937 random(7);
+  for (int i = 0; i < 100000; ++i) values.push_back(std::bit_cast<float>(static_cast<uint32_t>(random())));
+  for (int i = 0; i < 20000; ++i) values.push_back(static_cast<float>(static_cast<int32_t>(random())) / 1024.0f);
+  values.resize(values.size() / 16 * 16);
+  return values;
+}
+
+template <class Convert>
+std::vector<uint32_t> convertAll(const std::vector<float>& in, const Convert& convert) {
+  const hn::ScalableTag<float> d;
+  std::vector<uint32_t> out(in.size());
+  for (size_t i = 0; i < in.size(); i += hn::Lanes(d)) {
+    hn::StoreU(hn::BitCast(hn::ScalableTag<uint32_t>(), convert(d, hn::LoadU(d, in.data() + i))), hn::ScalableTag<uint32_t>(),
+               out.data() + i);
+  }
+  return out;
+}
+
+int32_t saturateToInt32(double whole) {
+  if (std::isnan(whole)) return 0;
+  if (whole >= 2147483647.0) return 2147483647;
+  return whole <= -2147483648.0 ? INT32_MIN : static_cast<int32_t>(whole);
+}
+
+TEST(FloatToInt, ConvertsWithArmSemantics) {
+  const std::vector<float> in = interestingFloats();
+  const auto truncated = convertAll(in, [](auto d, auto v) { return truncateToInt32(d, v); });
+  const auto rounded = convertAll(in, [](auto d, auto v) { return roundToInt32(d, v); });
+  const auto floored = convertAll(in, [](auto d, auto v) { return floorToInt32(d, v); });
+  const auto magnitudes = convertAll(in, [](auto d, auto v) { return truncateToUint32(d, v); });
+  for (size_t i = 0; i < in.size(); ++i) {
+    const double v = in[i];
+    ASSERT_EQ(static_cast<int32_t>(truncated[i]), saturateToInt32(std::trunc(v))) << v;
+    ASSERT_EQ(static_cast<int32_t>(rounded[i]), saturateToInt32(std::nearbyint(v))) << v;
+    ASSERT_EQ(static_cast<int32_t>(floored[i]), saturateToInt32(std::floor(v))) << v;
+    const uint32_t magnitude = v >= 4294967295.0 ? ~0u : v > 0 ? static_cast<uint32_t>(v) : 0u;
+    ASSERT_EQ(magnitudes[i], magnitude) << v;
+  }
+}
+
+// The estimate as the architecture writes it down, with integers only.
+uint32_t estimateModel(uint32_t bits) {
+  const uint32_t sign = bits & 0x80000000u;
+  const uint32_t magnitude = bits & 0x7FFFFFFFu;
+  if (magnitude > 0x7F800000u) return bits | 0x00400000u;
+  if (magnitude == 0x7F800000u) return sign;
+  if (magnitude < 0x00200000u) return sign | 0x7F800000u;
+  int32_t exponent = static_cast<int32_t>(magnitude >> 23);
+  uint64_t fraction = magnitude & 0x7FFFFFu;
+  if (exponent == 0) {
+    if ((fraction & 0x400000u) == 0) {
+      exponent = -1;
+      fraction = (fraction << 2) & 0x7FFFFFu;
+    } else {
+      fraction = (fraction << 1) & 0x7FFFFFu;
+    }
+  }
+  const uint64_t a = 256 + (fraction >> 15);
+  const uint64_t r = ((1u << 19) / (2 * a + 1) + 1) >> 1;
+  const int32_t result_exponent = 253 - exponent;
+  uint64_t result = (r & 0xFF) << 15;
+  if (result_exponent == 0) result = (result | 0x800000u) >> 1;
+  if (result_exponent == -1) result = (result | 0x800000u) >> 2;
+  return sign | (static_cast<uint32_t>(result_exponent > 0 ? result_exponent : 0) << 23) | static_cast<uint32_t>(result);
+}
+
+TEST(Reciprocal, EstimateHasTheArchitecturesBits) {
+  const std::vector<float> in = interestingFloats();
+  const auto estimates = convertAll(in, [](auto d, auto v) { return reciprocalEstimate(d, v); });
+  for (size_t i = 0; i < in.size(); ++i) {
+    ASSERT_EQ(estimates[i], estimateModel(std::bit_cast<uint32_t>(in[i]))) << in[i];
+  }
+}
+
+TEST(Reciprocal, StepRoundsOnceAndGivesTwoForInfinityTimesZero) {
+  const std::vector<float> a = interestingFloats();
+  for (const size_t offset : {1u, 4097u, 30001u}) {
+    std::vector<float> b(a.size());
+    for (size_t i = 0; i < a.size(); ++i) b[i] = a[(i + offset) % a.size()];
+    b[0] = 0.0f;
+    b[1] = INFINITY;
+    const hn::ScalableTag<float> d;
+    for (size_t i = 0; i < a.size(); i += hn::Lanes(d)) {
+      float steps[hn::MaxLanes(d)];
+      hn::StoreU(reciprocalStep(d, hn::LoadU(d, a.data() + i), hn::LoadU(d, b.data() + i)), d, steps);
+      for (size_t k = 0; k < hn::Lanes(d); ++k) {
+        const float x = a[i + k];
+        const float y = b[i + k];
+        const bool open = (std::isinf(x) && y == 0) || (std::isinf(y) && x == 0);
+        const float step = open ? 2.0f : std::fma(-x, y, 2.0f);
+        if (std::isnan(step)) {
+          ASSERT_TRUE(std::isnan(steps[k]));
+        } else {
+          ASSERT_EQ(std::bit_cast<uint32_t>(steps[k]), std::bit_cast<uint32_t>(step)) << x << " " << y;
+        }
+      }
+    }
+  }
+}
+
+TEST(Reciprocal, RefinedIsInfiniteForZeroAndCloseOtherwise) {
+  const hn::ScalableTag<float> d;
+  EXPECT_EQ(hn::GetLane(refinedReciprocal(d, hn::Zero(d))), INFINITY);
+  EXPECT_NEAR(hn::GetLane(refinedReciprocal(d, hn::Set(d, 3.0f))), 1.0f / 3.0f, 1e-7f);
+}
+
+TEST(FixedPoint, WidensAndNarrowsInOrderForEveryValue) {
+  const hn::ScalableTag<uint8_t> d;
+  const hn::RepartitionToWide<decltype(d)> d16;
+  const hn::RebindToSigned<decltype(d16)> di16;
+  const size_t n = hn::Lanes(d);
+  std::vector<uint8_t> bytes(n);
+  for (size_t i = 0; i < n; ++i) bytes[i] = static_cast<uint8_t>(i * 37 + 11);
+  for (int32_t scale = -257; scale <= 128; ++scale) {
+    const auto v = hn::LoadU(d, bytes.data());
+    const auto lo = hn::Mul(hn::BitCast(di16, widenLower(d, v)), hn::Set(di16, static_cast<int16_t>(scale)));
+    const auto hi = hn::Mul(hn::BitCast(di16, widenUpper(d, v)), hn::Set(di16, static_cast<int16_t>(scale)));
+    std::vector<uint8_t> narrowed(n), shifted(n), rounded(n);
+    hn::StoreU(narrowToUint8(d, lo, hi), d, narrowed.data());
+    hn::StoreU(shiftRightNarrowToUint8<5>(d, lo, hi), d, shifted.data());
+    const auto small_lo = hn::Mul(widenLower(d, v), hn::Set(d16, static_cast<uint16_t>(scale & 127)));
+    const auto small_hi = hn::Mul(widenUpper(d, v), hn::Set(d16, static_cast<uint16_t>(scale & 127)));
+    hn::StoreU(roundShiftRightNarrowToUint8<7>(d, small_lo, small_hi), d, rounded.data());
+    for (size_t i = 0; i < n; ++i) {
+      const auto product = static_cast<int16_t>(bytes[i] * scale);
+      ASSERT_EQ(narrowed[i], std::clamp<int32_t>(product, 0, 255));
+      ASSERT_EQ(shifted[i], std::clamp<int32_t>(product >> 5, 0, 255));
+      ASSERT_EQ(rounded[i], (bytes[i] * (scale & 127) + 64) >> 7);
+    }
+  }
+}
+
+template <size_t kBlocks, class D>
+void expectLookup(D d) {
+  std::mt19937 random(3);
+  std::vector<uint8_t> window(kBlocks * 16), index(hn::Lanes(d)), out(hn::Lanes(d));
+  for (int round = 0; round < 50; ++round) {
+    for (uint8_t& byte : window) byte = static_cast<uint8_t>(random());
+    for (uint8_t& i : index) i = static_cast<uint8_t>(random() % window.size());
+    const ByteWindow<D, kBlocks> bytes(d, window.data());
+    hn::StoreU(bytes.lookup(hn::LoadU(d, index.data())), d, out.data());
+    for (size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], window[index[i]]);
+  }
+}
+
+TEST(ByteWindow, ReachesEveryByteAtEveryWidth) {
+  const auto expectAll = [](auto d) {
+    expectLookup<1>(d);
+    expectLookup<2>(d);
+    expectLookup<3>(d);
+    expectLookup<4>(d);
+    expectLookup<8>(d);
+  };
+  expectAll(hn::ScalableTag<uint8_t>());
+  expectAll(hn::CappedTag<uint8_t, 32>());
+  expectAll(hn::CappedTag<uint8_t, 16>());
+}
+
+}  // namespace
+}  // namespace tamix::test
