@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "inference/runtime/cpu/arm/common/border.h"
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
@@ -183,6 +184,22 @@ TEST(ByteWindow, ReachesEveryByteAtEveryWidth) {
   expectAll(hn::ScalableTag<uint8_t>());
   expectAll(hn::CappedTag<uint8_t, 32>());
   expectAll(hn::CappedTag<uint8_t, 16>());
+}
+
+std::vector<int64_t> indicesAround(int64_t n, int32_t border_type) {
+  std::vector<int64_t> indices;
+  for (int64_t p = -5; p < n + 5; ++p) indices.push_back(borderIndex(p, n, border_type));
+  return indices;
+}
+
+TEST(BorderIndex, GoesOnPeriodicallyOutsideTheImage) {
+  using Indices = std::vector<int64_t>;
+  EXPECT_EQ(indicesAround(3, TAMIX_BORDER_CONSTANT), (Indices{-1, -1, -1, -1, -1, 0, 1, 2, -1, -1, -1, -1, -1}));
+  EXPECT_EQ(indicesAround(3, TAMIX_BORDER_REPLICATE), (Indices{0, 0, 0, 0, 0, 0, 1, 2, 2, 2, 2, 2, 2}));
+  EXPECT_EQ(indicesAround(3, TAMIX_BORDER_REFLECT), (Indices{1, 2, 2, 1, 0, 0, 1, 2, 2, 1, 0, 0, 1}));
+  EXPECT_EQ(indicesAround(3, TAMIX_BORDER_WRAP), (Indices{1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1}));
+  EXPECT_EQ(indicesAround(3, TAMIX_BORDER_REFLECT_101), (Indices{1, 0, 1, 2, 1, 0, 1, 2, 1, 0, 1, 2, 1}));
+  EXPECT_EQ(indicesAround(1, TAMIX_BORDER_REFLECT_101), (Indices(11, 0)));
 }
 
 }  // namespace
