@@ -115,19 +115,16 @@ int32_t findLittleCluster(std::span<const int32_t> khz) {
   return offset;
 }
 
-// Fills the topology; false (and an error line) when the processors are unknown.
-bool discover(Topology& result) {
-  TAMIX_REQUIRE(global_cpu_count >= 0, false, "global_cpu_count is less than 1");
+// Finds out how fast each of the processors is.
+void discover(Topology& result) {
   std::vector<int32_t> ids(static_cast<size_t>(global_cpu_count));
   std::iota(ids.begin(), ids.end(), 0);
-  TAMIX_REQUIRE(!ids.empty(), false, "sorted_cpu_ids is empty!");
   std::vector<int32_t> khz(ids.size());
   std::ranges::transform(ids, khz.begin(), getMaxFreqKHZ);
   sortByFreq(ids, khz);
   result.little_cluster_offset = findLittleCluster(khz);
   result.sorted_cpu_ids = std::move(ids);
   TAMIX_DEBUG("little_cluster_offset : %d", result.little_cluster_offset);
-  return true;
 }
 
 // Binds the calling thread to the processors; false (and an error line) when the system refuses.
@@ -144,7 +141,10 @@ bool setSchedAffinity(std::span<const int32_t> ids) {
 int32_t getNumThreads(int32_t power_mode, int32_t num_threads) {
   if (power_mode == -1) return num_threads;
   const std::lock_guard lock(topology.mutex);
-  if (topology.sorted_cpu_ids.empty() && !discover(topology)) return -1;
+  if (topology.sorted_cpu_ids.empty()) {
+    TAMIX_REQUIRE(global_cpu_count > 0, -1, "global_cpu_count is less than 1");
+    discover(topology);
+  }
 
   const std::span<const int32_t> all = topology.sorted_cpu_ids;
   const size_t offset = static_cast<size_t>(topology.little_cluster_offset);
