@@ -138,10 +138,18 @@ TAMIX_ENUM(TamixInterpolation){
 };
 
 /* Structuring elements: `morph_shape`. */
-TAMIX_ENUM(TamixMorphShape){TAMIX_MORPH_RECTANGLE = 0, TAMIX_MORPH_CROSS = 1, TAMIX_MORPH_ELLIPSE = 2};
+TAMIX_ENUM(TamixMorphShape){TAMIX_MORPH_RECT = 0, TAMIX_MORPH_CROSS = 1, TAMIX_MORPH_ELLIPSE = 2};
 
 /* Composite morphology: `morph_type`. */
 TAMIX_ENUM(TamixMorphType){TAMIX_MORPH_ERODE = 0, TAMIX_MORPH_DILATE = 1, TAMIX_MORPH_OPEN = 2, TAMIX_MORPH_CLOSE = 3};
+
+/* Threshold rules (s: source byte, t: threshold, m: maximum) and flags of the automatic methods: `thresh_type`. */
+TAMIX_ENUM(TamixThresholdType){TAMIX_THRESH_BINARY = 0,     /* s > t ? m : 0 */
+                               TAMIX_THRESH_BINARY_INV = 1, /* s > t ? 0 : m */
+                               TAMIX_THRESH_TRUNC = 2,      /* s > t ? t : s */
+                               TAMIX_THRESH_TOZERO = 3,     /* s > t ? s : 0 */
+                               TAMIX_THRESH_TOZERO_INV = 4, /* s > t ? 0 : s */
+                               TAMIX_THRESH_OTSU = 8,       TAMIX_THRESH_TRIANGLE = 16};
 
 /*
  * One image. An element is 1 byte (Tamix_UINT8) or 4 bytes (Tamix_FLOAT32). A packed image lives in data[0]: row y starts at
