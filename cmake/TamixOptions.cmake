@@ -30,14 +30,15 @@ else()
 endif()
 
 find_path(TAMIX_CLI11_INCLUDE_DIR CLI/CLI.hpp)
+find_path(TAMIX_TURBOJPEG_INCLUDE_DIR turbojpeg.h)
+find_library(TAMIX_TURBOJPEG_LIBRARY turbojpeg)
 find_package(PNG QUIET)
-find_package(JPEG QUIET)
-if(tamix_top_level_native AND TAMIX_CLI11_INCLUDE_DIR AND PNG_FOUND AND JPEG_FOUND)
+if(tamix_top_level_native AND TAMIX_CLI11_INCLUDE_DIR AND PNG_FOUND AND TAMIX_TURBOJPEG_INCLUDE_DIR AND TAMIX_TURBOJPEG_LIBRARY)
   set(tamix_tool_default ON)
 else()
   set(tamix_tool_default OFF)
 endif()
-option(TAMIX_BUILD_TOOL "Build the tamix command-line tool (needs CLI11, libpng, libjpeg)" ${tamix_tool_default})
+option(TAMIX_BUILD_TOOL "Build the tamix command-line tool (needs CLI11, libpng, TurboJPEG)" ${tamix_tool_default})
 
 if(PROJECT_IS_TOP_LEVEL AND EXISTS /usr/src/googletest/CMakeLists.txt)
   set(tamix_tests_default ON)
@@ -60,6 +61,7 @@ target_compile_features(tamix_build_flags INTERFACE cxx_std_20 c_std_99)
 target_compile_options(tamix_build_flags INTERFACE
   $<$<NOT:$<BOOL:${ANDROID}>>:-pthread>
   -Wall -Wextra -Wconversion
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> # GCC 12 warns of sums of strings that cannot overlap
   -ffp-contract=off # both architectures give the same bytes; a fused multiply-add is written where it is wanted
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= # the same binary from every folder
 )

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# demo.sh [PHOTOGRAPH]: the library's main job on a real camera frame. A photograph becomes an NV21 frame (by ffmpeg, an
+# independent program) as a camera delivers it; the library makes a colour image and a smaller one of it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# shellcheck source=scripts/packages.sh
+. scripts/packages.sh
+scripts/setup.sh "${demo_packages[@]}"
+out=out/demo
+mkdir -p "$out"
+
+photograph=${1:-}
+if [ -z "$photograph" ]; then
+  photograph=$out/photograph.png
+  if [ ! -e "$photograph" ]; then
+    # A picture in the public domain (CC0) that a Debian package carries; unpacked, not installed.
+    (cd "$out" && apt-get download -qq python3-skimage >/dev/null && dpkg-deb -x python3-skimage_*.deb skimage)
+    cp "$(find "$out/skimage" -name coffee.png | head -n 1)" "$photograph"
+    rm -rf "$out"/skimage "$out"/python3-skimage_*.deb
+  fi
+fi
+
+cmake --preset host >/dev/null
+cmake --build --preset host --target tamix >/dev/null
+tamix=build/host/tools/tamix
+
+width=1920 height=1080
+ffmpeg -v error -y -i "$photograph" \
+  -vf "scale=$width:$height:force_original_aspect_ratio=increase:out_color_matrix=bt601:out_range=tv,crop=$width:$height" \
+  -frames:v 1 -pix_fmt nv21 -f rawvideo "$out/frame.nv21"
+echo "$photograph -> $out/frame.nv21 (${width}x$height NV21)"
+"$tamix" run yuv-to-color --size ${width}x$height "$out/frame.nv21" "$out/frame.png"
+"$tamix" run resize-bilinear --size ${width}x$height --output-size 640x360 "$out/frame.nv21" "$out/small.png"

@@ -1,0 +1,8 @@
+# Debian packages by purpose; sourced by the other scripts.
+library_packages=(g++ cmake ninja-build libhwy-dev)
+tool_packages=("${library_packages[@]}" libcli11-dev libpng-dev libturbojpeg0-dev)
+test_packages=("${tool_packages[@]}" googletest pkg-config binutils)
+aarch64_packages=("${test_packages[@]}" g++-aarch64-linux-gnu qemu-user)
+clang_packages=(clang clang-format libclang-rt-14-dev)
+bench_packages=("${library_packages[@]}" libbenchmark-dev)
+demo_packages=("${tool_packages[@]}" ffmpeg)
