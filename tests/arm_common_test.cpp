@@ -128,10 +128,31 @@ TEST(Reciprocal, StepRoundsOnceAndGivesTwoForInfinityTimesZero) {
   }
 }
 
-TEST(Reciprocal, RefinedIsInfiniteForZeroAndCloseOtherwise) {
-  const hn::ScalableTag<float> d;
-  EXPECT_EQ(hn::GetLane(refinedReciprocal(d, hn::Zero(d))), INFINITY);
-  EXPECT_NEAR(hn::GetLane(refinedReciprocal(d, hn::Set(d, 3.0f))), 1.0f / 3.0f, 1e-7f);
+TEST(Reciprocal, RefinedTakesTheArchitecturesStepsForEveryMixOfLanes) {
+  const auto step = [](float v, float r) {
+    const bool open = (std::isinf(v) && r == 0) || (std::isinf(r) && v == 0);
+    return open ? 2.0f : std::fma(-v, r, 2.0f);
+  };
+  const auto model = [&](float v) {
+    const auto r0 = std::bit_cast<float>(estimateModel(std::bit_cast<uint32_t>(v)));
+    const float r1 = r0 * step(v, r0);
+    return r1 * step(v, r1);
+  };
+  std::vector<float> in = interestingFloats();                               // rare and common lanes side by side
+  for (int32_t i = -256; i < 256; ++i) in.push_back(static_cast<float>(i));  // all common, or zero
+  for (uint32_t i = 0; i < 1u << 16; ++i) in.push_back(std::bit_cast<float>(0x3F800000u + (i << 7) + 77));
+  const std::vector<uint32_t> wide = convertAll(in, [](auto d, auto v) { return refinedReciprocal(d, v); });
+  for (size_t i = 0; i < in.size(); ++i) {
+    const hn::CappedTag<float, 1> one;
+    const float lane = hn::GetLane(refinedReciprocal(one, hn::LoadU(one, &in[i])));
+    const float expected = model(in[i]);
+    if (std::isnan(expected)) {
+      ASSERT_TRUE(std::isnan(std::bit_cast<float>(wide[i])) && std::isnan(lane)) << in[i];
+    } else {
+      ASSERT_EQ(wide[i], std::bit_cast<uint32_t>(expected)) << in[i];
+      ASSERT_EQ(std::bit_cast<uint32_t>(lane), std::bit_cast<uint32_t>(expected)) << in[i];
+    }
+  }
 }
 
 TEST(FixedPoint, WidensAndNarrowsInOrderForEveryValue) {

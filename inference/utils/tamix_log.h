@@ -21,6 +21,12 @@ consteval const char* sourcePath(const char* file) {
   return start == std::string_view::npos ? file : file + start;
 }
 
+// The function that a line of code shared by several names as its own.
+struct LogPlace {
+  const char* file;
+  const char* function;
+};
+
 template <class... Pointers>
 constexpr bool anyNull(const Pointers*... pointers) {
   return ((pointers == nullptr) || ...);
@@ -30,14 +36,19 @@ constexpr bool anyNull(const Pointers*... pointers) {
 
 #define TAMIX_LOG_TAG "_X_TAMIX-"
 
+// A LogPlace: this function, or another name for a part of it.
+#define TAMIX_PLACE(function) (tamix::LogPlace{tamix::sourcePath(__FILE__), function})
+#define TAMIX_HERE TAMIX_PLACE(static_cast<const char*>(__func__))
+
 // One error line: where it happened, then the message.
-#define TAMIX_ERROR(format, ...)                                                                             \
-  do {                                                                                                       \
-    if (tamix::logsBelow(5)) {                                                                               \
-      __android_log_print(6, TAMIX_LOG_TAG, "File: %s, Func: %s() --- " format, tamix::sourcePath(__FILE__), \
-                          static_cast<const char*>(__func__) __VA_OPT__(, ) __VA_ARGS__);                    \
-    }                                                                                                        \
+#define TAMIX_ERROR_AT(place, format, ...)                                                    \
+  do {                                                                                        \
+    if (tamix::logsBelow(5)) {                                                                \
+      __android_log_print(6, TAMIX_LOG_TAG, "File: %s, Func: %s() --- " format, (place).file, \
+                          (place).function __VA_OPT__(, ) __VA_ARGS__);                       \
+    }                                                                                         \
   } while (false)
+#define TAMIX_ERROR(...) TAMIX_ERROR_AT(TAMIX_HERE, __VA_ARGS__)
 
 #define TAMIX_INFO(...)                                                          \
   do {                                                                           \
@@ -49,14 +60,15 @@ constexpr bool anyNull(const Pointers*... pointers) {
     if (tamix::logsBelow(2)) __android_log_print(3, TAMIX_LOG_TAG, __VA_ARGS__); \
   } while (false)
 
-// Unless the condition holds: logs the message in the caller's name and returns the status.
-#define TAMIX_REQUIRE(condition, status, ...) \
-  do {                                        \
-    if (!(condition)) {                       \
-      TAMIX_ERROR(__VA_ARGS__);               \
-      return status;                          \
-    }                                         \
+// Unless the condition holds: logs the message in the place's (the caller's) name and returns the status.
+#define TAMIX_REQUIRE_AT(place, condition, status, ...) \
+  do {                                                  \
+    if (!(condition)) {                                 \
+      TAMIX_ERROR_AT(place, __VA_ARGS__);               \
+      return status;                                    \
+    }                                                   \
   } while (false)
+#define TAMIX_REQUIRE(condition, status, ...) TAMIX_REQUIRE_AT(TAMIX_HERE, condition, status, __VA_ARGS__)
 
 // Refuses null planes.
 #define TAMIX_REQUIRE_DATA(...) \

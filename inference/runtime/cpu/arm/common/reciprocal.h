@@ -1,6 +1,9 @@
 // Reciprocal estimate and refinement step, bit for bit as the Arm Advanced SIMD instructions FRECPE and FRECPS define them.
 #pragma once
 
+#include <cmath>
+#include <limits>
+
 #include "inference/runtime/cpu/arm/common/simd.h"
 
 namespace tamix {
@@ -51,26 +54,100 @@ HWY_INLINE V reciprocalEstimate(D d, V v) {
 #endif
 }
 
+// 2 - a * b with one rounding. Where the processor has no fused multiply-add, a * b must be 0.5 to 2.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V twoMinusProduct(D d, V a, V b) {
+#if HWY_NATIVE_FMA
+  return hn::NegMulAdd(a, b, hn::Set(d, 2.0f));
+#else
+  // Such products have at most 48 fraction bits: the double is exact, and only its conversion rounds.
+  const auto step = [](auto half, auto x, auto y) {
+    const hn::Rebind<double, decltype(half)> wide;
+    return hn::DemoteTo(half, hn::Sub(hn::Set(wide, 2.0), hn::Mul(hn::PromoteTo(wide, x), hn::PromoteTo(wide, y))));
+  };
+  if constexpr (hn::MaxLanes(D()) <= 2) {
+    return step(d, a, b);
+  } else {
+    const hn::Half<D> half;
+    return hn::Combine(d, step(half, hn::UpperHalf(half, a), hn::UpperHalf(half, b)),
+                       step(half, hn::LowerHalf(half, a), hn::LowerHalf(half, b)));
+  }
+#endif
+}
+
 // FRECPS: 2 - a * b with one rounding; 2 for infinity times zero.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V reciprocalStep(D d, V a, V b) {
 #if HWY_TARGET == HWY_NEON
   (void)d;
-  return V(vrecpsq_f32(a.raw, b.raw));
-#else
+  if constexpr (sizeof(V) == 16) {
+    return V(vrecpsq_f32(a.raw, b.raw));
+  } else {
+    return V(vrecps_f32(a.raw, b.raw));
+  }
+#elif HWY_NATIVE_FMA
   const auto two = hn::Set(d, 2.0f);
   const auto inf_times_zero =
       hn::Or(hn::And(hn::IsInf(a), hn::Eq(b, hn::Zero(d))), hn::And(hn::IsInf(b), hn::Eq(a, hn::Zero(d))));
   return hn::IfThenElse(inf_times_zero, two, hn::NegMulAdd(a, b, two));
+#else
+  // Exact for any operands, one lane at a time.
+  HWY_ALIGN float x[hn::MaxLanes(D())];
+  HWY_ALIGN float y[hn::MaxLanes(D())];
+  hn::StoreU(a, d, x);
+  hn::StoreU(b, d, y);
+  for (size_t k = 0; k < hn::Lanes(d); ++k) {
+    const bool inf_times_zero = (std::isinf(x[k]) && y[k] == 0.0f) || (std::isinf(y[k]) && x[k] == 0.0f);
+    x[k] = inf_times_zero ? 2.0f : std::fma(-x[k], y[k], 2.0f);
+  }
+  return hn::LoadU(d, x);
 #endif
 }
 
-// 1 / v as an estimate and two steps of refinement.
+#if HWY_TARGET != HWY_NEON
+// The estimate of v where 2^-126 <= |v| < 2^126; then it is normal too.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V commonReciprocalEstimate(D d, V v) {
+  const hn::RebindToSigned<D> di;
+  const auto bits = hn::BitCast(di, v);
+  // x = (2a + 1) / 512: the top eight bits of the fraction, and half of their last place.
+  const auto x = hn::BitCast(d, hn::Or(hn::And(bits, hn::Set(di, 0x007F8000)), hn::Set(di, 0x3F804000)));
+  // r is 512 / x = 2^18 / (2a + 1) rounded. That is never nearer to a half than 1/2046, so 20 bits of it suffice: the
+  // processor's approximation, of 11 bits at least, and one step. Adding 2^23 rounds.
+  const auto rough = hn::ApproximateReciprocal(x);
+  const auto fine = hn::Mul(rough, hn::NegMulAdd(x, rough, hn::Set(d, 2.0f)));
+  const auto r = hn::BitCast(di, hn::MulAdd(fine, hn::Set(d, 512.0f), hn::Set(d, 8388608.0f)));
+  // The low 9 bits are r = 256..511. Shifted, its top bit is one step of the exponent, 252 - e + 1; the rest falls out.
+  const auto exponent = hn::Sub(hn::Set(di, 0x7E000000), hn::And(bits, hn::Set(di, static_cast<int32_t>(0xFF800000u))));
+  return hn::BitCast(d, hn::Add(exponent, hn::ShiftLeft<15>(r)));
+}
+#endif
+
+// 1 / v as an estimate and two steps of refinement; infinity of v's sign for zero.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V refinedReciprocal(D d, V v) {
+#if HWY_TARGET != HWY_NEON
+  // Nearly all divisors are common or zero: no step meets an infinity then, and no product a rare exponent.
+  const auto sign = hn::And(v, hn::Set(d, -0.0f));
+  const auto magnitude = hn::Abs(v);
+  const auto zero = hn::Eq(v, hn::Zero(d));
+  const auto common = hn::And(hn::Ge(magnitude, hn::Set(d, 0x1p-126f)), hn::Lt(magnitude, hn::Set(d, 0x1p126f)));
+  if (HWY_LIKELY(hn::AllTrue(d, hn::Or(common, zero)))) {
+    const auto r0 = commonReciprocalEstimate(d, v);
+    const auto r1 = hn::Mul(r0, twoMinusProduct(d, v, r0));
+    const auto r2 = hn::Mul(r1, twoMinusProduct(d, v, r1));
+    return hn::IfThenElse(zero, hn::Or(sign, hn::Set(d, std::numeric_limits<float>::infinity())), r2);
+  }
+#endif
   const auto r0 = reciprocalEstimate(d, v);
   const auto r1 = hn::Mul(r0, reciprocalStep(d, v, r0));
   return hn::Mul(r1, reciprocalStep(d, v, r1));
+}
+
+// a / v as a * (1 / v), by the refined reciprocal.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedQuotient(D d, V a, V v) {
+  return hn::Mul(a, refinedReciprocal(d, v));
 }
 
 }  // namespace tamix

@@ -39,6 +39,25 @@ inline size_t planeElements(int32_t height, int32_t width, int32_t width_stride,
   return static_cast<size_t>(height - 1) * rowElements(width_stride, channel) + rowElements(width, channel);
 }
 
+// One long row where rows of n elements follow each other without padding in every plane. Only for rows whose blocks and tails
+// agree: the tails move.
+template <class... Ts>
+void joinRows(int32_t& height, size_t& n, const Plane<Ts>&... planes) {
+  if (height <= 1 || !((planes.pitch == static_cast<ptrdiff_t>(n)) && ...)) return;
+  n *= static_cast<size_t>(height);
+  height = 1;
+}
+
+// True when writing dst[i] may change a src[j] with j > i, both of n elements. Elements are then taken one at a time, in order;
+// otherwise vectors give the same result as that, in place too.
+template <class Out, class In>
+bool writesAhead(const Out* dst, const In* src, size_t n) {
+  const auto to = reinterpret_cast<uintptr_t>(dst);
+  const auto from = reinterpret_cast<uintptr_t>(src);
+  const bool overlap = to < from + n * sizeof(In) && from < to + n * sizeof(Out);
+  return overlap && (to > from || sizeof(Out) > sizeof(In));
+}
+
 struct FreeDeleter {
   void operator()(void* block) const { std::free(block); }
 };

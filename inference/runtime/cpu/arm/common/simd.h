@@ -23,13 +23,17 @@ HWY_INLINE void walkRow(size_t n, const Body& body, const Tail& tail) {
   for (; i < n; ++i) tail(i);
 }
 
-// The same where blocks and tail agree: whole vectors, then one lane at a time.
+// The same where blocks and tail agree: whole vectors, then 128-bit ones, then one lane at a time.
 template <class T, class Body>
 HWY_INLINE void walkRow(size_t n, const Body& body) {
   const hn::ScalableTag<T> wide;
+  const hn::CappedTag<T, 16 / sizeof(T)> narrow;
   const hn::CappedTag<T, 1> one;
   size_t i = 0;
   for (; i + hn::Lanes(wide) <= n; i += hn::Lanes(wide)) body(wide, i);
+  if constexpr (hn::MaxLanes(wide) > hn::MaxLanes(narrow)) {
+    for (; i + hn::Lanes(narrow) <= n; i += hn::Lanes(narrow)) body(narrow, i);
+  }
   for (; i < n; ++i) body(one, i);
 }
 
