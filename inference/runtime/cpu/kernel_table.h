@@ -3,6 +3,9 @@
 
 #include <cstddef>
 
+#include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
+#include "tamix/kernels.h"
+
 namespace tamix {
 
 // Entry n is line n. A field has its kernel's own signature, so a wrong argument list does not compile.
@@ -34,8 +37,8 @@ struct KernelTable {
   const void* entry_24 = nullptr;  // 24 subtractCPUUINT8
   const void* entry_25 = nullptr;  // 25 addCPUUINT8
   const void* entry_26 = nullptr;  // 26 convertScaleAbsCPUUINT8
-  const void* entry_27 = nullptr;  // 27 gaussianFilterCPUUINT8
-  const void* entry_28 = nullptr;  // 28 laplacianFilterCPUUINT8
+  decltype(&::gaussianFilterCPUUINT8) gaussianFilterCPUUINT8 = &::gaussianFilterCPUUINT8;  // 27
+  decltype(&tamix::laplacianFilterCPUUINT8) laplacianFilterCPUUINT8 = &tamix::laplacianFilterCPUUINT8;  // 28
   const void* entry_29 = nullptr;  // 29 calcHistCPUUINT8
   const void* entry_30 = nullptr;  // 30 flipCPUUINT8
   const void* entry_31 = nullptr;  // 31 transposeCPUUINT8

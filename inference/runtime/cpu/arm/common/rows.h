@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 namespace tamix {
 
@@ -58,6 +59,20 @@ bool writesAhead(const Out* dst, const In* src, size_t n) {
   return overlap && (to > from || sizeof(Out) > sizeof(In));
 }
 
+// True when the memory of two planes of this size, rows of n elements, has an element in common.
+template <class T>
+bool overlap(const Plane<const T>& a, const Plane<T>& b, int32_t height, size_t n) {
+  if (height < 1 || n == 0) return false;
+  const auto range = [&](auto plane) {
+    const auto first = reinterpret_cast<uintptr_t>(plane.data);
+    const auto last = reinterpret_cast<uintptr_t>(plane.row(height - 1));
+    return std::pair{std::min(first, last), std::max(first, last) + n * sizeof(T)};
+  };
+  const auto [a_begin, a_end] = range(a);
+  const auto [b_begin, b_end] = range(b);
+  return a_begin < b_end && b_begin < a_end;
+}
+
 struct FreeDeleter {
   void operator()(void* block) const { std::free(block); }
 };
@@ -84,6 +99,28 @@ class ScratchBuffer {
   static constexpr size_t bytes(size_t count) { return std::max<size_t>(count * sizeof(T), 1); }
 
   std::unique_ptr<T, FreeDeleter> block_;
+};
+
+// A plane to read while another one is written: the source itself, or, where the two overlap, a private copy of it.
+template <class T>
+class StableSource {
+ public:
+  StableSource(Plane<const T> src, Plane<T> dst, int32_t height, size_t n) : plane_(src) {
+    if (!overlap(src, dst, height, n)) return;
+    const auto rows = static_cast<size_t>(height);
+    copy_ = ScratchBuffer<T>(n > std::numeric_limits<size_t>::max() / rows ? std::numeric_limits<size_t>::max() : n * rows);
+    plane_ = {copy_.data(), static_cast<ptrdiff_t>(n)};
+    if (!copy_) return;
+    for (int32_t y = 0; y < height; ++y) std::copy_n(src.row(y), n, copy_.data() + static_cast<size_t>(y) * n);
+  }
+
+  // False when there was no memory for a copy that is needed.
+  explicit operator bool() const { return plane_.data != nullptr; }
+  const Plane<const T>& plane() const { return plane_; }
+
+ private:
+  Plane<const T> plane_;
+  ScratchBuffer<T> copy_;
 };
 
 }  // namespace tamix
