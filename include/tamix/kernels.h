@@ -14,6 +14,78 @@ extern "C" {
 #endif
 
 /*
+ * NV12 (pairs U, V) or NV21 (pairs V, U) to packed RGB or BGR; limited range, ITU-R BT.601. Every pixel (row r, column x) uses
+ * the pair of chroma row r / 2, column x / 2.
+ *
+ * src_y: height rows of width bytes. src_uv: (height + 1) / 2 rows of (width + 1) / 2 pairs. Both src_width_stride bytes from
+ * row to row. dst: height rows of width pixels of 3 bytes, dst_width_stride pixels from row to row. Any size; a size below 1
+ * is an empty image.
+ *
+ * With u = U - 128, v = V - 128 and l = max(Y - 16, 0), each result saturated to 0..255: pixels of whole blocks of 16 in a
+ * row, in rows that come in pairs, are
+ *   R = (37 l + 51 v + 16) >> 5, G = (37 l - 13 u - 26 v + 16) >> 5, B = (37 l + 65 u + 16) >> 5;
+ * the rest of a row, and the last row of an odd height, are
+ *   R = (2383 l + 3268 v + 1024) >> 11, G = (2383 l - 800 u - 1665 v + 1024) >> 11, B = (2383 l + 4132 u + 1024) >> 11.
+ *
+ * Returns TAMIX_OK, or TAMIX_ERR_INVALID_IMAGE for a null pointer.
+ */
+TAMIX_API int32_t NV21ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t NV21ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t NV12ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t NV12ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+
+/*
+ * I420 to packed RGB or BGR; limited range, ITU-R BT.601. Every pixel (row r, column x) uses the samples of chroma row r / 2,
+ * column x / 2.
+ *
+ * src_y: height rows of width bytes, src_width_stride bytes from row to row. src_u, src_v: (height + 1) / 2 rows of
+ * (width + 1) / 2 bytes, src_width_stride / 2 bytes from row to row (rounded down). dst: height rows of width pixels of 3
+ * bytes, dst_width_stride pixels from row to row. Any size, odd ones included, except that nothing is converted where the width
+ * is below 2 or the height below 1.
+ *
+ * With u = U - 128, v = V - 128 and l = max(Y - 16, 0), each result saturated to 0..255:
+ *   R = (1220542 l + 1673527 v + 524288) >> 20, G = (1220542 l - 409993 u - 852492 v + 524288) >> 20,
+ *   B = (1220542 l + 2116026 u + 524288) >> 20.
+ *
+ * Returns TAMIX_OK, or TAMIX_ERR_INVALID_IMAGE for a null pointer.
+ */
+TAMIX_API int32_t I420ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_u, const uint8_t* src_v, uint8_t* dst,
+                                    int32_t width, int32_t height, int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t I420ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_u, const uint8_t* src_v, uint8_t* dst,
+                                    int32_t width, int32_t height, int32_t src_width_stride, int32_t dst_width_stride);
+
+/*
+ * Scales an NV21 (is_nv21 has bit 0 set) or NV12 frame to another size with bilinear interpolation and converts it to packed
+ * RGB or BGR. Heights come before widths.
+ *
+ * src_y: src_height rows of src_width bytes. src_uv: src_height / 2 rows of src_width / 2 pairs. Both src_width_stride bytes
+ * from row to row; at least 9x9 pixels. dst: dst_height rows of dst_width pixels of 3 bytes, dst_width_stride pixels from row
+ * to row. Any destination size; one below 1 is an empty image. num_threads is not read.
+ *
+ * Pixel centres are aligned: destination row r lies at r * scale + (scale / 2 - 1 / 2) of the source, in single precision,
+ * with scale = src_height / dst_height, and columns likewise. Chroma planes are sampled by themselves with the same scale:
+ * destination pixel (r, x) uses the chroma interpolated for chroma position (r / 2, x / 2), also where the destination's size
+ * is odd. Weights have 7 bits; the vertical blend comes first, and both blends truncate. Then, with u = U - 128, v = V - 128
+ * and l = max(Y - 16, 0), each result saturated to 0..255:
+ *   R = (1192 l + 1634 v) >> 10, G = (1192 l - 400 u - 833 v) >> 10, B = (1192 l + 2066 u) >> 10.
+ *
+ * Returns TAMIX_OK; TAMIX_ERR_INVALID_IMAGE for a null pointer, TAMIX_ERR_UNSUPPORTED for a source below 9x9,
+ * TAMIX_ERR_NO_MEMORY without memory for the row buffers. Nothing is written then.
+ */
+TAMIX_API int32_t resizeBilinearNV21toRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, int32_t is_nv21,
+                                                  int32_t src_height, int32_t src_width, int32_t src_width_stride, uint8_t* dst,
+                                                  int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
+                                                  int32_t num_threads);
+TAMIX_API int32_t resizeBilinearNV21toBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, int32_t is_nv21,
+                                                  int32_t src_height, int32_t src_width, int32_t src_width_stride, uint8_t* dst,
+                                                  int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
+                                                  int32_t num_threads);
+
+/*
  * Smooths an image of interleaved 8-bit channels with a symmetric 3x3 kernel. `kernel`: 9 floats row by row, of which the
  * corner kernel[0], the edge kernel[1] and the centre kernel[4] count; null builds the sampled Gaussian of `sigma` (0: 0.8).
  * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another size

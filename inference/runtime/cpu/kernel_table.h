@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
+
 #include "tamix/kernels.h"
 
 namespace tamix {
@@ -12,17 +13,17 @@ namespace tamix {
 struct KernelTable {
   const void* entry_0 = nullptr;   // 0 resizeAreaCPUUINT8
   const void* entry_1 = nullptr;   // 1 resizeBilinearCPUUINT8
-  const void* entry_2 = nullptr;   // 2 resizeBilinearNV21toRGBCPUUINT8
-  const void* entry_3 = nullptr;   // 3 resizeBilinearNV21toBGRCPUUINT8
+  decltype(&::resizeBilinearNV21toRGBCPUUINT8) resizeBilinearNV21toRGBCPUUINT8 = &::resizeBilinearNV21toRGBCPUUINT8;  // 2
+  decltype(&::resizeBilinearNV21toBGRCPUUINT8) resizeBilinearNV21toBGRCPUUINT8 = &::resizeBilinearNV21toBGRCPUUINT8;  // 3
   const void* entry_4 = nullptr;   // 4 resizeNearestCPUUINT8
   const void* entry_5 = nullptr;   // 5 RGBToNV12CPUUINT8
   const void* entry_6 = nullptr;   // 6 BGRToNV12CPUUINT8
   const void* entry_7 = nullptr;   // 7 RGBToNV21CPUUINT8
   const void* entry_8 = nullptr;   // 8 BGRToNV21CPUUINT8
-  const void* entry_9 = nullptr;   // 9 NV21ToRGBCPUUINT8
-  const void* entry_10 = nullptr;  // 10 NV21ToBGRCPUUINT8
-  const void* entry_11 = nullptr;  // 11 NV12ToRGBCPUUINT8
-  const void* entry_12 = nullptr;  // 12 NV12ToBGRCPUUINT8
+  decltype(&::NV21ToRGBCPUUINT8) NV21ToRGBCPUUINT8 = &::NV21ToRGBCPUUINT8;  // 9
+  decltype(&::NV21ToBGRCPUUINT8) NV21ToBGRCPUUINT8 = &::NV21ToBGRCPUUINT8;  // 10
+  decltype(&::NV12ToRGBCPUUINT8) NV12ToRGBCPUUINT8 = &::NV12ToRGBCPUUINT8;  // 11
+  decltype(&::NV12ToBGRCPUUINT8) NV12ToBGRCPUUINT8 = &::NV12ToBGRCPUUINT8;  // 12
   const void* entry_13 = nullptr;  // 13 RGBAToHSVCPUUINT8
   const void* entry_14 = nullptr;  // 14 BGRAToHSVCPUUINT8
   const void* entry_15 = nullptr;  // 15 meanSTDCPUUINT8
@@ -32,8 +33,8 @@ struct KernelTable {
   const void* entry_19 = nullptr;  // 19 meanFilterCPUUINT8
   const void* entry_20 = nullptr;  // 20 imageFuseOverlapCPUUINT8
   const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
-  const void* entry_22 = nullptr;  // 22 I420ToRGBCPUUINT8
-  const void* entry_23 = nullptr;  // 23 I420ToBGRCPUUINT8
+  decltype(&::I420ToRGBCPUUINT8) I420ToRGBCPUUINT8 = &::I420ToRGBCPUUINT8;  // 22
+  decltype(&::I420ToBGRCPUUINT8) I420ToBGRCPUUINT8 = &::I420ToBGRCPUUINT8;  // 23
   const void* entry_24 = nullptr;  // 24 subtractCPUUINT8
   const void* entry_25 = nullptr;  // 25 addCPUUINT8
   const void* entry_26 = nullptr;  // 26 convertScaleAbsCPUUINT8

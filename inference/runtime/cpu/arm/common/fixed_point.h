@@ -51,6 +51,17 @@ HWY_INLINE hn::Vec<D> narrowToInt16(D d, V32 lo, V32 hi) {
   return hn::ReorderDemote2To(d, lo, hi);
 }
 
+// (a + b) >> 16 of signed 32-bit lanes, as lanes of the signed 16-bit tag D; lo and hi as from widenLower and widenUpper.
+template <class D, class V32>
+HWY_INLINE hn::Vec<D> addHighHalf(D d, V32 a_lo, V32 b_lo, V32 a_hi, V32 b_hi) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(hn::Vec<D>) == 16) {
+    return hn::Vec<D>(vaddhn_high_s32(vaddhn_s32(a_lo.raw, b_lo.raw), a_hi.raw, b_hi.raw));
+  }
+#endif
+  return narrowToInt16(d, hn::ShiftRight<16>(hn::Add(a_lo, b_lo)), hn::ShiftRight<16>(hn::Add(a_hi, b_hi)));
+}
+
 // Signed 16-bit lanes shifted right by kBits (arithmetic, rounding toward minus infinity), then saturated to 0..255.
 template <int kBits, class D, class V16>
 HWY_INLINE hn::Vec<D> shiftRightNarrowToUint8(D d, V16 lo, V16 hi) {
