@@ -3,8 +3,12 @@
 
 #include <cstddef>
 
+#include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/uint8/calchist_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
 
+#include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
 #include "tamix/kernels.h"
 
 namespace tamix {
@@ -26,7 +30,7 @@ struct KernelTable {
   decltype(&::NV12ToBGRCPUUINT8) NV12ToBGRCPUUINT8 = &::NV12ToBGRCPUUINT8;  // 12
   const void* entry_13 = nullptr;  // 13 RGBAToHSVCPUUINT8
   const void* entry_14 = nullptr;  // 14 BGRAToHSVCPUUINT8
-  const void* entry_15 = nullptr;  // 15 meanSTDCPUUINT8
+  decltype(&tamix::meanSTDCPUUINT8) meanSTDCPUUINT8 = &tamix::meanSTDCPUUINT8;  // 15
   const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
   const void* entry_17 = nullptr;  // 17 mergeCPUUINT8
   const void* entry_18 = nullptr;  // 18 splitCPUUINT8
@@ -40,7 +44,7 @@ struct KernelTable {
   const void* entry_26 = nullptr;  // 26 convertScaleAbsCPUUINT8
   decltype(&::gaussianFilterCPUUINT8) gaussianFilterCPUUINT8 = &::gaussianFilterCPUUINT8;  // 27
   decltype(&tamix::laplacianFilterCPUUINT8) laplacianFilterCPUUINT8 = &tamix::laplacianFilterCPUUINT8;  // 28
-  const void* entry_29 = nullptr;  // 29 calcHistCPUUINT8
+  decltype(&tamix::calcHistCPUUINT8) calcHistCPUUINT8 = &tamix::calcHistCPUUINT8;  // 29
   const void* entry_30 = nullptr;  // 30 flipCPUUINT8
   const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
   const void* entry_32 = nullptr;  // 32 countNonZeroCPUUINT8
@@ -55,7 +59,7 @@ struct KernelTable {
   const void* entry_41 = nullptr;  // 41 dilateCPUUINT8
   const void* entry_42 = nullptr;  // 42 getStructuringElementCPUUINT8
   const void* entry_43 = nullptr;  // 43 morphologyExCPUUINT8
-  const void* entry_44 = nullptr;  // 44 thresholdCPUUINT8
+  decltype(&tamix::thresholdCPUUINT8) thresholdCPUUINT8 = &tamix::thresholdCPUUINT8;  // 44
   const void* entry_45 = nullptr;  // 45 remapCPUUINT8
   const void* entry_46 = nullptr;  // 46 warpPerspectiveCPUUINT8
   const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
@@ -83,7 +87,7 @@ struct KernelTable {
   const void* entry_69 = nullptr;  // 69 multipleCPUFLOAT32toUINT8
   const void* entry_70 = nullptr;  // 70 divideCPUFLOAT32toUINT8
   const void* entry_71 = nullptr;  // 71 convertScaleAbsCPUFLOAT32
-  const void* entry_72 = nullptr;  // 72 normalizationCPUFLOAT32
+  decltype(&tamix::normalizationCPUFLOAT32) normalizationCPUFLOAT32 = &tamix::normalizationCPUFLOAT32;  // 72
   const void* entry_73 = nullptr;  // 73 rectCutCPUFLOAT32
   const void* entry_74 = nullptr;  // 74 splitCPUFLOAT32
   const void* entry_75 = nullptr;  // 75 getPerspectiveTransformCPUFLOAT32

@@ -77,3 +77,9 @@ class OperatorRegistration {
 #define TAMIX_REQUIRE_TYPE(image, ...)                                                                                 \
   TAMIX_REQUIRE(tamix::isOneOf((image).type, __VA_ARGS__), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", \
                 (image).type)
+
+// Refuses images whose pixels are spread over several planes: data[0] holds one byte a pixel then, not `channel` of them.
+#define TAMIX_REQUIRE_ONE_PLANE(image)                                                                         \
+  TAMIX_REQUIRE((image).channel <= 1 || !tamix::isOneOf((image).format, Tamix_I420, Tamix_NV12, Tamix_NV21),   \
+                TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d with %d channels", (image).format, \
+                (image).channel)

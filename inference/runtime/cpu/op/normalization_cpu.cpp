@@ -1,0 +1,106 @@
+#include <algorithm>
+
+#include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
+#include "inference/runtime/cpu/op/cpu_operator.h"
+
+namespace tamix {
+
+// Writes (value - mean) / std of every channel as floats, interleaved or as planes. A float image whose output has format 0 is
+// normalized in place, as if the output were the input.
+class NormalizationCPU final : public Operator {
+ public:
+  explicit NormalizationCPU(Runtime* runtime) : Operator(runtime), kernel_(kernels(runtime).normalizationCPUFLOAT32) {}
+  int32_t forward(TamixParams* params) override;
+
+ private:
+  int32_t normalizationCPUFLOAT32(const TamixParams& params);
+  int32_t normalizationCPUUINT8(TamixParams& params);
+  int32_t runKernel(const float* src, float* dst, const TamixImage& in, const TamixImage& out, int32_t reorder) const;
+
+  decltype(KernelTable::normalizationCPUFLOAT32) kernel_;
+  alignas(16) float mean_[4] = {};
+  alignas(16) float std_[4] = {};
+};
+
+namespace {
+
+// One setting per channel, or one for all.
+void fillSettings(float (&settings)[4], int32_t channel, const float* each, float all) {
+  const size_t n = static_cast<size_t>(std::clamp(channel, 0, 4));
+  std::fill(std::begin(settings), std::end(settings), 0.0f);
+  if (each == nullptr) {
+    std::fill_n(settings, n, all);
+  } else {
+    std::copy_n(each, n, settings);
+  }
+}
+
+bool hasTwoPlanes(int32_t format) {
+  return isOneOf(format, Tamix_I420, Tamix_NV12, Tamix_NV21, 19, 20) || (format >= 4352 && format <= 8192);
+}
+
+}  // namespace
+
+int32_t NormalizationCPU::forward(TamixParams* params) {
+  const TamixImage& src = params->input[0];
+  TAMIX_REQUIRE_SAME_CHANNEL(src, params->output[0]);
+  TAMIX_REQUIRE_SAME_SIZE(src, params->output[0]);
+  fillSettings(mean_, src.channel, params->mean, params->mean_value);
+  fillSettings(std_, src.channel, params->std, params->std_value);
+  TAMIX_REQUIRE(isOneOf(params->reorder, 0, 1), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported reorder flag: %d", params->reorder);
+  TAMIX_REQUIRE_TYPE(src, Tamix_FLOAT32, Tamix_UINT8);
+  if (src.type == Tamix_FLOAT32) {
+    TAMIX_DEBUG("normalizationCPUFLOAT32 forward");
+    return normalizationCPUFLOAT32(*params);
+  }
+  TAMIX_DEBUG("normalizationCPUUINT8 forward");
+  return normalizationCPUUINT8(*params);
+}
+
+int32_t NormalizationCPU::runKernel(const float* src, float* dst, const TamixImage& in, const TamixImage& out,
+                                    int32_t reorder) const {
+  return kernel_(src, dst, in.height, in.width, in.width_stride, out.width_stride, in.channel, mean_, std_, reorder, in.format,
+                 out.format, threadNumber());
+}
+
+int32_t NormalizationCPU::normalizationCPUFLOAT32(const TamixParams& params) {
+  const TamixImage& src = params.input[0];
+  const TamixImage& dst = params.output[0];
+  const bool in_place = dst.format == 0;
+  TAMIX_REQUIRE(in_place || dst.type == Tamix_FLOAT32, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format %d or type: %d",
+                dst.format, dst.type);
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(src);
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
+  if (!in_place) return runKernel(data<const float>(src), data<float>(dst), src, dst, params.reorder);
+  if (dst.type == Tamix_UINT8) setConverted();  // the output holds no floats that could be converted
+  return runKernel(data<const float>(src), data<float>(src), src, src, params.reorder);
+}
+
+int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
+  TamixImage& src = params.input[0];
+  TamixImage& dst = params.output[0];
+  const int32_t reorder = params.reorder;
+  TAMIX_REQUIRE(dst.type == Tamix_FLOAT32, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format %d or type: %d", dst.format,
+                dst.type);
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(src);
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
+
+  const bool runs = isNormalizable(src.height, src.width, src.width_stride, dst.width_stride, src.channel, std_);
+  if (runs && src.data[0] != dst.data[0] && !(reorder == 0 && hasTwoPlanes(dst.format))) {
+    normalizeBytes(data<const uint8_t>(src), data<float>(dst), src.height, src.width, src.channel, mean_, std_, reorder,
+                   src.format, dst.format);
+    setConverted();
+    return TAMIX_OK;
+  }
+  // Otherwise through floats in the output. The input is read with the output's pitch: what the kernel is going to refuse is
+  // converted only where that stays inside the input.
+  if (runs || (reorder == 0 && dst.width_stride <= src.width_stride)) {
+    const int32_t status = dataTypeInputToOutput(src, Tamix_UINT8, dst, Tamix_FLOAT32, false);
+    TAMIX_REQUIRE(status == TAMIX_OK, status, "failed to data type conversion in normalizationCPUUINT8");
+  }
+  return runKernel(data<const float>(dst), data<float>(dst), src, dst, reorder);
+}
+
+TAMIX_REGISTER_OPERATOR(TAMIX_OP_NORMALIZATION, NormalizationCPU, NormalizationCPUCreator);
+
+}  // namespace tamix
