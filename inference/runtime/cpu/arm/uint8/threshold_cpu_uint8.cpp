@@ -12,8 +12,7 @@ HWY_BEFORE_NAMESPACE();
 namespace tamix {
 namespace {
 
-enum Rule : int32_t { kBinary, kBinaryInverse, kTruncate, kToZero, kToZeroInverse, kRules };
-enum Source : int32_t { kOtsu = 8, kTriangle = 16 };
+constexpr int32_t kRules = TAMIX_THRESH_TOZERO_INV + 1;
 
 // The level that best separates two classes (N. Otsu, 1979): the largest variance between them, of equals the lowest level.
 double otsuLevel(const ByteCounts& h) {
@@ -83,8 +82,8 @@ double triangleLevel(const ByteCounts& counts) {
 
 // The caller's threshold, after one of the automatic methods has replaced it.
 double getThreshValCPUUINT8_(Plane<const uint8_t> src, int32_t height, size_t n, double* thresh, int32_t source) {
-  if (source == kOtsu) *thresh = otsuLevel(countBytes(src, height, n));
-  if (source == kTriangle) *thresh = triangleLevel(countBytes(src, height, n));
+  if (source == TAMIX_THRESH_OTSU) *thresh = otsuLevel(countBytes(src, height, n));
+  if (source == TAMIX_THRESH_TRIANGLE) *thresh = triangleLevel(countBytes(src, height, n));
   return *thresh;
 }
 
@@ -97,11 +96,11 @@ int32_t saturate(double whole, int32_t low, int32_t high) {
 // One rule as f(d, v) over vectors of bytes, and over a single byte.
 template <int32_t kRule, class D, class V = hn::Vec<D>>
 HWY_INLINE V applied(D /*d*/, V v, V t, V m) {
-  if constexpr (kRule == kBinary) return hn::IfThenElseZero(hn::Gt(v, t), m);
-  if constexpr (kRule == kBinaryInverse) return hn::IfThenZeroElse(hn::Gt(v, t), m);
-  if constexpr (kRule == kTruncate) return hn::Min(v, t);
-  if constexpr (kRule == kToZero) return hn::IfThenElseZero(hn::Gt(v, t), v);
-  if constexpr (kRule == kToZeroInverse) return hn::IfThenZeroElse(hn::Gt(v, t), v);
+  if constexpr (kRule == TAMIX_THRESH_BINARY) return hn::IfThenElseZero(hn::Gt(v, t), m);
+  if constexpr (kRule == TAMIX_THRESH_BINARY_INV) return hn::IfThenZeroElse(hn::Gt(v, t), m);
+  if constexpr (kRule == TAMIX_THRESH_TRUNC) return hn::Min(v, t);
+  if constexpr (kRule == TAMIX_THRESH_TOZERO) return hn::IfThenElseZero(hn::Gt(v, t), v);
+  if constexpr (kRule == TAMIX_THRESH_TOZERO_INV) return hn::IfThenZeroElse(hn::Gt(v, t), v);
 }
 
 template <int32_t kRule>
@@ -127,13 +126,13 @@ void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size
 void thresholdAllAlike(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n, int32_t rule, bool above,
                        int32_t m) {
   switch (rule) {
-    case kBinary:
+    case TAMIX_THRESH_BINARY:
       return fillRows(dst, height, n, above ? m : 0);
-    case kBinaryInverse:
+    case TAMIX_THRESH_BINARY_INV:
       return fillRows(dst, height, n, above ? 0 : m);
-    case kToZero:
+    case TAMIX_THRESH_TOZERO:
       return above ? copyRows(src, dst, height, n) : fillRows(dst, height, n, 0);
-    default:  // kTruncate to a negative level counts as to 0
+    default:  // truncating to a negative level gives 0
       return above ? fillRows(dst, height, n, 0) : copyRows(src, dst, height, n);
   }
 }
@@ -162,9 +161,9 @@ int32_t thresholdCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t width, int32
     thresholdAllAlike(from, to, height, n, rule, t < 0, m);
     return TAMIX_OK;
   }
-  constexpr decltype(&thresholdRows<0>) kByRule[kRules] = {thresholdRows<kBinary>, thresholdRows<kBinaryInverse>,
-                                                           thresholdRows<kTruncate>, thresholdRows<kToZero>,
-                                                           thresholdRows<kToZeroInverse>};
+  constexpr decltype(&thresholdRows<0>) kByRule[kRules] = {
+      thresholdRows<TAMIX_THRESH_BINARY>, thresholdRows<TAMIX_THRESH_BINARY_INV>, thresholdRows<TAMIX_THRESH_TRUNC>,
+      thresholdRows<TAMIX_THRESH_TOZERO>, thresholdRows<TAMIX_THRESH_TOZERO_INV>};
   kByRule[rule](from, to, height, n, static_cast<uint8_t>(t), static_cast<uint8_t>(m));
   return TAMIX_OK;
 }
