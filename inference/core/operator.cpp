@@ -125,6 +125,7 @@ int32_t Operator::dataTypeConvert(TamixParams* params) {
     TAMIX_DEBUG("start to data type conversion from %d to %d in output image %d.", image.type, kernel_type, k);
     status = dataTypeInputToOutput(image, kernel_type, image, static_cast<TamixDataType>(image.type), true);
   }
+  converted_ = false;
   return status;
 }
 

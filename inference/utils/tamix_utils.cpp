@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
@@ -28,6 +29,27 @@ HWY_INLINE void storeLowBytes(DI /*d*/, VI v, uint8_t* dst) {
 
 }  // namespace
 
+void convertRows(Plane<const float> src, Plane<uint8_t> dst, int32_t height, size_t n) {
+  if (n == 0) return;
+  const size_t blocks_end = n - n % 16;
+  for (int32_t y = 0; y < height; ++y) {
+    const float* const in = src.row(y);
+    uint8_t* const out = dst.row(y);
+    walkRow<float>(blocks_end, [&](auto d, size_t i) {
+      storeLowBytes(hn::RebindToUnsigned<decltype(d)>(), truncateToUint32(d, hn::LoadU(d, in + i)), out + i);
+    });
+    walkRow<float>(n - blocks_end, [&](auto d, size_t i) {
+      storeLowBytes(hn::RebindToSigned<decltype(d)>(), truncateToInt32(d, hn::LoadU(d, in + blocks_end + i)),
+                    out + blocks_end + i);
+    });
+  }
+}
+
+void convertRows(Plane<const uint8_t> src, Plane<float> dst, int32_t height, size_t n) {
+  combineRows(
+      dst, height, n, [](auto /*d*/, auto v) HWY_ATTR { return v; }, src);
+}
+
 int32_t dataFLOAT32ToUINT8(const float* src, uint8_t* dst, int32_t height, int32_t width, int32_t src_stride,
                            int32_t dst_stride, int32_t channels, bool copy) {
   TAMIX_DEBUG("dataFLOAT32ToUINT8 forward");
@@ -39,21 +61,7 @@ int32_t dataFLOAT32ToUINT8(const float* src, uint8_t* dst, int32_t height, int32
     TAMIX_REQUIRE(source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for dataFLOAT32ToUINT8");
     src = source.data();
   }
-  const Plane<const float> from = plane(src, src_stride, channels);
-  const Plane<uint8_t> to = plane(dst, dst_stride, channels);
-  const size_t n = rowElements(width, channels);
-  const size_t blocks_end = n - n % 16;
-  for (int32_t y = 0; y < height; ++y) {
-    const float* const in = from.row(y);
-    uint8_t* const out = to.row(y);
-    walkRow<float>(blocks_end, [&](auto d, size_t i) {
-      storeLowBytes(hn::RebindToUnsigned<decltype(d)>(), truncateToUint32(d, hn::LoadU(d, in + i)), out + i);
-    });
-    walkRow<float>(n - blocks_end, [&](auto d, size_t i) {
-      storeLowBytes(hn::RebindToSigned<decltype(d)>(), truncateToInt32(d, hn::LoadU(d, in + blocks_end + i)),
-                    out + blocks_end + i);
-    });
-  }
+  convertRows(plane(src, src_stride, channels), plane(dst, dst_stride, channels), height, rowElements(width, channels));
   return TAMIX_OK;
 }
 
@@ -68,17 +76,7 @@ int32_t dataUINT8ToFLOAT32(const uint8_t* src, float* dst, int32_t height, int32
     TAMIX_REQUIRE(source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for dataUINT8ToFLOAT32");
     src = source.data();
   }
-  const Plane<const uint8_t> from = plane(src, src_stride, channels);
-  const Plane<float> to = plane(dst, dst_stride, channels);
-  const size_t n = rowElements(width, channels);
-  for (int32_t y = 0; y < height; ++y) {
-    const uint8_t* const in = from.row(y);
-    float* const out = to.row(y);
-    walkRow<float>(n, [&](auto d, size_t i) {
-      const auto bytes = hn::LoadU(hn::Rebind<uint8_t, decltype(d)>(), in + i);
-      hn::StoreU(hn::ConvertTo(d, hn::PromoteTo(hn::RebindToSigned<decltype(d)>(), bytes)), d, out + i);
-    });
-  }
+  convertRows(plane(src, src_stride, channels), plane(dst, dst_stride, channels), height, rowElements(width, channels));
   return TAMIX_OK;
 }
 

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "inference/runtime/cpu/arm/common/rows.h"
+
 namespace tamix {
 
 // Both convert height rows of width * channels elements; strides count pixels. `copy` reads from a private copy of the source,
@@ -16,5 +18,9 @@ int32_t dataFLOAT32ToUINT8(const float* src, uint8_t* dst, int32_t height, int32
 // dst = src, exactly.
 int32_t dataUINT8ToFLOAT32(const uint8_t* src, float* dst, int32_t height, int32_t width, int32_t src_stride,
                            int32_t dst_stride, int32_t channels, bool copy);
+
+// The conversions alone, of n elements in each of height rows; the planes do not overlap.
+void convertRows(Plane<const float> src, Plane<uint8_t> dst, int32_t height, size_t n);
+void convertRows(Plane<const uint8_t> src, Plane<float> dst, int32_t height, size_t n);
 
 }  // namespace tamix

@@ -3,10 +3,16 @@
 
 #include <cstddef>
 
+#include "inference/runtime/cpu/arm/fp32/convertscaleabs_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/uint8/arithmetic_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/bitwise_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/bitwisenot_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/calchist_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/convertscaleabs_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/countnonzero_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
-
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
 #include "tamix/kernels.h"
@@ -35,19 +41,19 @@ struct KernelTable {
   const void* entry_17 = nullptr;  // 17 mergeCPUUINT8
   const void* entry_18 = nullptr;  // 18 splitCPUUINT8
   const void* entry_19 = nullptr;  // 19 meanFilterCPUUINT8
-  const void* entry_20 = nullptr;  // 20 imageFuseOverlapCPUUINT8
+  decltype(&tamix::imageFuseOverlapCPUUINT8) imageFuseOverlapCPUUINT8 = &tamix::imageFuseOverlapCPUUINT8;  // 20
   const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
   decltype(&::I420ToRGBCPUUINT8) I420ToRGBCPUUINT8 = &::I420ToRGBCPUUINT8;  // 22
   decltype(&::I420ToBGRCPUUINT8) I420ToBGRCPUUINT8 = &::I420ToBGRCPUUINT8;  // 23
-  const void* entry_24 = nullptr;  // 24 subtractCPUUINT8
-  const void* entry_25 = nullptr;  // 25 addCPUUINT8
-  const void* entry_26 = nullptr;  // 26 convertScaleAbsCPUUINT8
+  decltype(&tamix::subtractCPUUINT8) subtractCPUUINT8 = &tamix::subtractCPUUINT8;  // 24
+  decltype(&tamix::addCPUUINT8) addCPUUINT8 = &tamix::addCPUUINT8;  // 25
+  decltype(&tamix::convertScaleAbsCPUUINT8) convertScaleAbsCPUUINT8 = &tamix::convertScaleAbsCPUUINT8;  // 26
   decltype(&::gaussianFilterCPUUINT8) gaussianFilterCPUUINT8 = &::gaussianFilterCPUUINT8;  // 27
   decltype(&tamix::laplacianFilterCPUUINT8) laplacianFilterCPUUINT8 = &tamix::laplacianFilterCPUUINT8;  // 28
   decltype(&tamix::calcHistCPUUINT8) calcHistCPUUINT8 = &tamix::calcHistCPUUINT8;  // 29
   const void* entry_30 = nullptr;  // 30 flipCPUUINT8
   const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
-  const void* entry_32 = nullptr;  // 32 countNonZeroCPUUINT8
+  decltype(&tamix::countNonZeroCPUUINT8) countNonZeroCPUUINT8 = &tamix::countNonZeroCPUUINT8;  // 32
   const void* entry_33 = nullptr;  // 33 copyMakeBorderCPUUINT8
   const void* entry_34 = nullptr;  // 34 RGBToLABCPUUINT8
   const void* entry_35 = nullptr;  // 35 LABToRGBCPUUINT8
@@ -66,27 +72,27 @@ struct KernelTable {
   const void* entry_48 = nullptr;  // 48 color4ToColor3CPUUINT8
   const void* entry_49 = nullptr;  // 49 vconcatCPUUINT8
   const void* entry_50 = nullptr;  // 50 hconcatCPUUINT8
-  const void* entry_51 = nullptr;  // 51 bitwiseAndCPUUINT8
-  const void* entry_52 = nullptr;  // 52 bitwiseOrCPUUINT8
-  const void* entry_53 = nullptr;  // 53 bitwiseXorCPUUINT8
-  const void* entry_54 = nullptr;  // 54 bitwiseNotCPUUINT8
+  decltype(&tamix::bitwiseAndCPUUINT8) bitwiseAndCPUUINT8 = &tamix::bitwiseAndCPUUINT8;  // 51
+  decltype(&tamix::bitwiseOrCPUUINT8) bitwiseOrCPUUINT8 = &tamix::bitwiseOrCPUUINT8;  // 52
+  decltype(&tamix::bitwiseXorCPUUINT8) bitwiseXorCPUUINT8 = &tamix::bitwiseXorCPUUINT8;  // 53
+  decltype(&tamix::bitwiseNotCPUUINT8) bitwiseNotCPUUINT8 = &tamix::bitwiseNotCPUUINT8;  // 54
   const void* entry_55 = nullptr;  // 55 resizeAreaCPUFLOAT32
   const void* entry_56 = nullptr;  // 56 resizeBilinearCPUFLOAT32
   const void* entry_57 = nullptr;  // 57
   const void* entry_58 = nullptr;  // 58 meanFilterCPUFLOAT32
-  const void* entry_59 = nullptr;  // 59 addCPUFLOAT32
-  const void* entry_60 = nullptr;  // 60 subtractCPUFLOAT32
-  const void* entry_61 = nullptr;  // 61 multipleCPUFLOAT32
-  const void* entry_62 = nullptr;  // 62 divideCPUFLOAT32
-  const void* entry_63 = nullptr;  // 63 addCPUUINT8toFLOAT32
-  const void* entry_64 = nullptr;  // 64 subtractCPUUINT8toFLOAT32
-  const void* entry_65 = nullptr;  // 65 multipleCPUUINT8toFLOAT32
-  const void* entry_66 = nullptr;  // 66 divideCPUUINT8toFLOAT32
-  const void* entry_67 = nullptr;  // 67 addCPUFLOAT32toUINT8
-  const void* entry_68 = nullptr;  // 68 subtractCPUFLOAT32toUINT8
-  const void* entry_69 = nullptr;  // 69 multipleCPUFLOAT32toUINT8
-  const void* entry_70 = nullptr;  // 70 divideCPUFLOAT32toUINT8
-  const void* entry_71 = nullptr;  // 71 convertScaleAbsCPUFLOAT32
+  decltype(&tamix::addCPUFLOAT32) addCPUFLOAT32 = &tamix::addCPUFLOAT32;  // 59
+  decltype(&tamix::subtractCPUFLOAT32) subtractCPUFLOAT32 = &tamix::subtractCPUFLOAT32;  // 60
+  decltype(&tamix::multipleCPUFLOAT32) multipleCPUFLOAT32 = &tamix::multipleCPUFLOAT32;  // 61
+  decltype(&tamix::divideCPUFLOAT32) divideCPUFLOAT32 = &tamix::divideCPUFLOAT32;  // 62
+  decltype(&tamix::addCPUUINT8toFLOAT32) addCPUUINT8toFLOAT32 = &tamix::addCPUUINT8toFLOAT32;  // 63
+  decltype(&tamix::subtractCPUUINT8toFLOAT32) subtractCPUUINT8toFLOAT32 = &tamix::subtractCPUUINT8toFLOAT32;  // 64
+  decltype(&tamix::multipleCPUUINT8toFLOAT32) multipleCPUUINT8toFLOAT32 = &tamix::multipleCPUUINT8toFLOAT32;  // 65
+  decltype(&tamix::divideCPUUINT8toFLOAT32) divideCPUUINT8toFLOAT32 = &tamix::divideCPUUINT8toFLOAT32;  // 66
+  decltype(&tamix::addCPUFLOAT32toUINT8) addCPUFLOAT32toUINT8 = &tamix::addCPUFLOAT32toUINT8;  // 67
+  decltype(&tamix::subtractCPUFLOAT32toUINT8) subtractCPUFLOAT32toUINT8 = &tamix::subtractCPUFLOAT32toUINT8;  // 68
+  decltype(&tamix::multipleCPUFLOAT32toUINT8) multipleCPUFLOAT32toUINT8 = &tamix::multipleCPUFLOAT32toUINT8;  // 69
+  decltype(&tamix::divideCPUFLOAT32toUINT8) divideCPUFLOAT32toUINT8 = &tamix::divideCPUFLOAT32toUINT8;  // 70
+  decltype(&tamix::convertScaleAbsCPUFLOAT32) convertScaleAbsCPUFLOAT32 = &tamix::convertScaleAbsCPUFLOAT32;  // 71
   decltype(&tamix::normalizationCPUFLOAT32) normalizationCPUFLOAT32 = &tamix::normalizationCPUFLOAT32;  // 72
   const void* entry_73 = nullptr;  // 73 rectCutCPUFLOAT32
   const void* entry_74 = nullptr;  // 74 splitCPUFLOAT32

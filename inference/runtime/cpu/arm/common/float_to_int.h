@@ -47,4 +47,18 @@ HWY_INLINE hn::Vec<hn::RebindToUnsigned<D>> truncateToUint32(D d, V v) {
   return hn::Or(hn::Or(converted, top), all);
 }
 
+// Truncated toward zero and saturated to 0..255; NaN gives 0.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D>> saturateToUint8(D d, V v) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) {
+    const uint16x4_t halves = vqmovn_u32(vcvtq_u32_f32(v.raw));
+    return hn::Vec<hn::Rebind<uint8_t, D>>(vqmovn_u16(vcombine_u16(halves, halves)));
+  }
+#endif
+  const auto positive = hn::IfThenElseZero(hn::Gt(v, hn::Zero(d)), v);
+  const auto whole = hn::ConvertTo(hn::RebindToSigned<D>(), hn::Min(positive, hn::Set(d, 255.0f)));
+  return hn::U8FromU32(hn::BitCast(hn::RebindToUnsigned<D>(), whole));
+}
+
 }  // namespace tamix

@@ -60,18 +60,9 @@ HWY_INLINE V twoMinusProduct(D d, V a, V b) {
 #if HWY_NATIVE_FMA
   return hn::NegMulAdd(a, b, hn::Set(d, 2.0f));
 #else
-  // Such products have at most 48 fraction bits: the double is exact, and only its conversion rounds.
-  const auto step = [](auto half, auto x, auto y) {
-    const hn::Rebind<double, decltype(half)> wide;
-    return hn::DemoteTo(half, hn::Sub(hn::Set(wide, 2.0), hn::Mul(hn::PromoteTo(wide, x), hn::PromoteTo(wide, y))));
-  };
-  if constexpr (hn::MaxLanes(D()) <= 2) {
-    return step(d, a, b);
-  } else {
-    const hn::Half<D> half;
-    return hn::Combine(d, step(half, hn::UpperHalf(half, a), hn::UpperHalf(half, b)),
-                       step(half, hn::LowerHalf(half, a), hn::LowerHalf(half, b)));
-  }
+  // Such products have at most 48 fraction bits: the doubles are exact, and only their conversion rounds.
+  return inDoubles(
+      d, [](auto d64, auto x, auto y) HWY_ATTR { return hn::Sub(hn::Set(d64, 2.0), hn::Mul(x, y)); }, a, b);
 #endif
 }
 

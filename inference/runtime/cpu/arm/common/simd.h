@@ -37,4 +37,19 @@ HWY_INLINE void walkRow(size_t n, const Body& body) {
   for (; i < n; ++i) body(one, i);
 }
 
+// f(d64, v64...) on float lanes as doubles, rounded back to floats once.
+template <class D, class F, class... V>
+HWY_INLINE hn::Vec<D> inDoubles(D d, const F& f, V... v) {
+  if constexpr (hn::MaxLanes(d) <= 2) {
+    const hn::Rebind<double, D> wide;
+    return hn::DemoteTo(d, f(wide, hn::PromoteTo(wide, v)...));
+  } else {
+    const hn::Half<D> half;
+    const hn::Rebind<double, decltype(half)> wide;
+    const auto lower = hn::DemoteTo(half, f(wide, hn::PromoteTo(wide, hn::LowerHalf(half, v))...));
+    const auto upper = hn::DemoteTo(half, f(wide, hn::PromoteTo(wide, hn::UpperHalf(half, v))...));
+    return hn::Combine(d, upper, lower);
+  }
+}
+
 }  // namespace tamix

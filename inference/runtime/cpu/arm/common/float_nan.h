@@ -1,0 +1,22 @@
+// The NaN of an invalid operation, such as 0 / 0, as Arm makes it.
+#pragma once
+
+#include "inference/runtime/cpu/arm/common/simd.h"
+
+namespace tamix {
+
+// `result` of an operation on a and b. Where it is NaN though neither operand is, it becomes the positive quiet NaN, which Arm
+// gives by itself; x86 gives the negative one.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V withArmNaN(D d, V result, [[maybe_unused]] V a, [[maybe_unused]] V b) {
+#if HWY_TARGET == HWY_NEON
+  (void)d;
+  return result;
+#else
+  const auto invalid = hn::AndNot(hn::Or(hn::IsNaN(a), hn::IsNaN(b)), hn::IsNaN(result));
+  const hn::RebindToUnsigned<D> du;
+  return hn::IfThenElse(invalid, hn::BitCast(d, hn::Set(du, 0x7FC00000u)), result);
+#endif
+}
+
+}  // namespace tamix

@@ -1,0 +1,188 @@
+#include "inference/runtime/cpu/arm/uint8/arithmetic_cpu_uint8.h"
+
+#include "inference/runtime/cpu/arm/common/combine_rows.h"
+#include "inference/runtime/cpu/arm/common/float_nan.h"
+#include "inference/runtime/cpu/arm/common/reciprocal.h"
+#include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/simd.h"
+#include "inference/utils/tamix_log.h"
+
+namespace tamix {
+namespace {
+
+// The planes of one call.
+template <class In, class Out>
+struct Operands {
+  Plane<const In> src1;
+  Plane<const In> src2;
+  Plane<Out> dst;
+  int32_t height;
+  size_t n;
+
+  Operands(const In* src1_data, const In* src2_data, Out* dst_data, int32_t rows, int32_t width, int32_t src1_width_stride,
+           int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel)
+      : src1(plane(src1_data, src1_width_stride, channel)),
+        src2(plane(src2_data, src2_width_stride, channel)),
+        dst(plane(dst_data, dst_width_stride, channel)),
+        height(rows),
+        n(rowElements(width, channel)) {}
+
+  bool anyNull() const { return tamix::anyNull(src1.data, src2.data, dst.data); }
+};
+
+// The operation for results that stay floats: its NaNs are the same on every target.
+template <class Op>
+constexpr auto asArm(const Op& op) {
+  return [op](auto d, auto a, auto b) { return withArmNaN(d, op(d, a, b), a, b); };
+}
+
+// Every element by op(d, a, b), whatever its place.
+template <class In, class Out, class Op>
+int32_t combine(LogPlace kernel, const Operands<In, Out>& images, const Op& op) {
+  if (images.height < 1) return TAMIX_OK;
+  TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
+  combineRows(images.dst, images.height, images.n, op, images.src1, images.src2);
+  return TAMIX_OK;
+}
+
+// Quotients: by the refined reciprocal in a row's whole blocks of kBlock elements, exactly rounded in its tail.
+template <size_t kBlock, class In, class Out>
+int32_t divide(LogPlace kernel, const Operands<In, Out>& images) {
+  if (images.height < 1) return TAMIX_OK;
+  TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
+  const auto in_block = asArm([](auto d, auto a, auto b) HWY_ATTR { return refinedQuotient(d, a, b); });
+  const auto in_tail = asArm([](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Div(a, b); });
+  combineBlocks<float, kBlock>(images.dst, images.height, images.n, in_block, in_tail, images.src1, images.src2);
+  return TAMIX_OK;
+}
+
+// One operation on lanes each. Sums and products of bytes stay below 2^24: exact in floats.
+constexpr auto kSaturatedAdd = [](auto /*d*/, auto a, auto b) { return hn::SaturatedAdd(a, b); };
+constexpr auto kSaturatedSubtract = [](auto /*d*/, auto a, auto b) { return hn::SaturatedSub(a, b); };
+constexpr auto kAdd = [](auto /*d*/, auto a, auto b) { return hn::Add(a, b); };
+constexpr auto kSubtract = [](auto /*d*/, auto a, auto b) { return hn::Sub(a, b); };
+constexpr auto kMultiply = [](auto /*d*/, auto a, auto b) { return hn::Mul(a, b); };
+
+}  // namespace
+
+int32_t addCPUUINT8(const uint8_t* src1, const uint8_t* src2, uint8_t* dst, int32_t height, int32_t width,
+                    int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                    int32_t /*num_threads*/) {
+  return combine(TAMIX_HERE,
+                 Operands<uint8_t, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
+                                            dst_width_stride, channel},
+                 kSaturatedAdd);
+}
+
+int32_t subtractCPUUINT8(const uint8_t* src1, const uint8_t* src2, uint8_t* dst, int32_t height, int32_t width,
+                         int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                         int32_t /*num_threads*/) {
+  return combine(TAMIX_HERE,
+                 Operands<uint8_t, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
+                                            dst_width_stride, channel},
+                 kSaturatedSubtract);
+}
+
+int32_t addCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
+                      int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                      int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      asArm(kAdd));
+}
+
+int32_t subtractCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
+                           int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                           int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      asArm(kSubtract));
+}
+
+int32_t multipleCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
+                           int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                           int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      asArm(kMultiply));
+}
+
+int32_t divideCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
+                         int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                         int32_t /*num_threads*/) {
+  return divide<8>(TAMIX_HERE, Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
+                                                      dst_width_stride, channel});
+}
+
+int32_t addCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
+                             int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                             int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kAdd);
+}
+
+int32_t subtractCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
+                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
+                                  int32_t channel, int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kSubtract);
+}
+
+int32_t multipleCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
+                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
+                                  int32_t channel, int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kMultiply);
+}
+
+int32_t divideCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
+                                int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                                int32_t /*num_threads*/) {
+  return divide<32>(TAMIX_HERE, Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
+                                                         dst_width_stride, channel});
+}
+
+int32_t addCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
+                             int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                             int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kAdd);
+}
+
+int32_t subtractCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
+                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
+                                  int32_t channel, int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kSubtract);
+}
+
+int32_t multipleCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
+                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
+                                  int32_t channel, int32_t /*num_threads*/) {
+  return combine(
+      TAMIX_HERE,
+      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
+      kMultiply);
+}
+
+int32_t divideCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
+                                int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
+                                int32_t /*num_threads*/) {
+  return divide<8>(TAMIX_HERE, Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
+                                                        dst_width_stride, channel});
+}
+
+}  // namespace tamix

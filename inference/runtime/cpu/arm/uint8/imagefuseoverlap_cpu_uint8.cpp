@@ -1,0 +1,113 @@
+#include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "inference/runtime/cpu/arm/common/combine_rows.h"
+#include "inference/utils/tamix_log.h"
+
+namespace tamix {
+namespace {
+
+constexpr int32_t kChannels = 3;
+
+// trunc(w * s1) + trunc(v * s0), where v = 1 - w. The terms of large weights have opposite signs, so the sum cannot overflow.
+constexpr auto kBlend = [](auto d, auto s1, auto s0, auto w, auto v) HWY_ATTR {
+  const auto sum = hn::Add(truncateToInt32(d, hn::Mul(w, s1)), truncateToInt32(d, hn::Mul(v, s0)));
+  return hn::ConvertTo(d, sum);
+};
+
+void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n) {
+  if (n == 0) return;
+  joinRows(height, n, src, dst);
+  for (int32_t y = 0; y < height; ++y) std::memmove(dst.row(y), src.row(y), n);
+}
+
+// A band of columns, a weight each. s1 and s0 are the bands' planes.
+void imageWeightedAdd(Plane<const uint8_t> s1, Plane<const uint8_t> s0, Plane<uint8_t> dst, int32_t height, int32_t columns,
+                      const float* weights) {
+  // Weights, and what they leave, repeated for the channels.
+  constexpr int32_t kColumns = 512;
+  float w[kColumns * kChannels];
+  float v[kColumns * kChannels];
+  for (int32_t x = 0; x < columns; x += kColumns) {
+    const size_t n = rowElements(std::min(columns - x, kColumns), kChannels);
+    for (size_t i = 0; i < n; ++i) {
+      w[i] = weights[static_cast<size_t>(x) + i / kChannels];
+      v[i] = 1.0f - w[i];
+    }
+    const ptrdiff_t start = ptrdiff_t{x} * kChannels;
+    combineRows(Plane<uint8_t>{dst.data + start, dst.pitch}, height, n, kBlend, Plane<const uint8_t>{s1.data + start, s1.pitch},
+                Plane<const uint8_t>{s0.data + start, s0.pitch}, Plane<const float>{w, 0}, Plane<const float>{v, 0});
+  }
+}
+
+// A row with one weight.
+void imageWeightedAdd(const uint8_t* s1, const uint8_t* s0, uint8_t* dst, size_t n, float weight) {
+  const auto blend = [weight](auto d, auto a, auto b)
+                         HWY_ATTR { return kBlend(d, a, b, hn::Set(d, weight), hn::Set(d, 1.0f - weight)); };
+  combineRows<float>(Plane<uint8_t>{dst, 0}, 1, n, blend, Plane<const uint8_t>{s1, 0}, Plane<const uint8_t>{s0, 0});
+}
+
+// The packed images of one call, band checked.
+struct Join {
+  Plane<const uint8_t> src0;
+  Plane<const uint8_t> src1;
+  Plane<uint8_t> dst;
+  int32_t overlap;
+  const float* weights;
+};
+
+void joinSideBySide(const Join& j, int32_t height, int32_t width0, int32_t width1) {
+  const ptrdiff_t left = ptrdiff_t{width0 - j.overlap} * kChannels;
+  const ptrdiff_t band = ptrdiff_t{j.overlap} * kChannels;
+  copyRows(j.src0, j.dst, height, static_cast<size_t>(left));
+  copyRows({j.src1.data + band, j.src1.pitch}, {j.dst.data + left + band, j.dst.pitch}, height,
+           rowElements(width1 - j.overlap, kChannels));
+  imageWeightedAdd(j.src1, {j.src0.data + left, j.src0.pitch}, {j.dst.data + left, j.dst.pitch}, height, j.overlap, j.weights);
+}
+
+void joinBelow(const Join& j, int32_t width, int32_t height0, int32_t height1) {
+  const size_t n = rowElements(width, kChannels);
+  const int32_t top = height0 - j.overlap;
+  copyRows(j.src0, j.dst, top, n);
+  copyRows({j.src1.row(j.overlap), j.src1.pitch}, {j.dst.row(height0), j.dst.pitch}, height1 - j.overlap, n);
+  for (int32_t k = 0; k < j.overlap; ++k) {
+    imageWeightedAdd(j.src1.row(k), j.src0.row(top + k), j.dst.row(top + k), n, j.weights[k]);
+  }
+}
+
+}  // namespace
+
+int32_t imageFuseOverlapCPUUINT8(const uint8_t* src0, int32_t height0, int32_t width0, const uint8_t* src1, int32_t height1,
+                                 int32_t width1, uint8_t* dst, int32_t* dst_height, int32_t* dst_width, int32_t channel,
+                                 const float* weights, int32_t overlap, int32_t direction, int32_t /*num_threads*/) {
+  TAMIX_REQUIRE_DATA(src0, src1, dst, dst_height, dst_width, weights);
+  const bool beside = direction == 1;
+  const int64_t joined = beside ? int64_t{width0} + width1 - overlap : int64_t{height0} + height1 - overlap;
+  *dst_height = beside ? height0 : static_cast<int32_t>(joined);
+  *dst_width = beside ? static_cast<int32_t>(joined) : width0;
+
+  const bool sides_agree = beside ? height0 == height1 : width0 == width1;
+  const bool band_inside = overlap >= 0 && overlap <= (beside ? std::min(width0, width1) : std::min(height0, height1)) &&
+                           joined <= std::numeric_limits<int32_t>::max();
+  // The band in either image: top, bottom, left, right.
+  TAMIX_REQUIRE(sides_agree && band_inside, TAMIX_ERR_ILLEGAL_RECT,
+                "recieve illegal shape: src0_rect: %d, %d, %d, %d | src1_rect: %d, %d, %d, %d",
+                beside ? 0 : static_cast<int32_t>(int64_t{height0} - overlap), height0,
+                beside ? static_cast<int32_t>(int64_t{width0} - overlap) : 0, width0, 0, beside ? height1 : overlap, 0,
+                beside ? overlap : width1);
+  TAMIX_REQUIRE(channel == kChannels, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported channel: %d", channel);
+  if (*dst_height < 1 || *dst_width < 1) return TAMIX_OK;
+
+  const Join join{plane(src0, width0, channel), plane(src1, width1, channel), plane(dst, *dst_width, channel), overlap,
+                  weights};
+  if (beside) {
+    joinSideBySide(join, height0, width0, width1);
+  } else {
+    joinBelow(join, width0, height0, height1);
+  }
+  return TAMIX_OK;
+}
+
+}  // namespace tamix

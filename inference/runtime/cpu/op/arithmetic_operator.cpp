@@ -1,0 +1,113 @@
+#include "inference/runtime/cpu/op/arithmetic_operator.h"
+
+#include <algorithm>
+
+#include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/utils/tamix_utils.h"
+
+namespace tamix {
+namespace {
+
+// The type that is converted to T.
+template <class T>
+using Other = std::conditional_t<std::is_same_v<T, float>, uint8_t, float>;
+
+void logConversion(const float* /*to*/) { TAMIX_DEBUG("dataUINT8ToFLOAT32 forward"); }
+void logConversion(const uint8_t* /*to*/) { TAMIX_DEBUG("dataFLOAT32ToUINT8 forward"); }
+
+// Rows of an operand that are converted at a time, so that the kernel finds them in the cache.
+constexpr size_t kBandBytes = 64 * 1024;
+
+// True when the output lies in memory of the image.
+template <class Out, class In>
+bool overlaps(const TamixImage& out, const TamixImage& in) {
+  const size_t out_bytes = planeElements(out.height, out.width, out.width_stride, out.channel) * sizeof(Out);
+  const size_t in_bytes = planeElements(in.height, in.width, in.width_stride, in.channel) * sizeof(In);
+  const auto out_start = reinterpret_cast<uintptr_t>(out.data[0]);
+  const auto in_start = reinterpret_cast<uintptr_t>(in.data[0]);
+  return out_start < in_start + in_bytes && in_start < out_start + out_bytes;
+}
+
+template <class T>
+T* rowOf(const TamixImage& image, int32_t y) {
+  return plane(data<T>(image), image.width_stride, image.channel).row(y);
+}
+
+// kernel(input 0, input 1) over elements of T, where one input has the other type. That input is converted band by band, or at
+// once where the output takes its place.
+template <class T, class Kernel>
+int32_t combineConverted(const TamixParams& params, Kernel kernel, int32_t threads, LogPlace place) {
+  const TamixImage& a = params.input[0];
+  const TamixImage& b = params.input[1];
+  const TamixImage& dst = params.output[0];
+  const bool convert_a = a.type != dst.type;
+  const TamixImage& source = convert_a ? a : b;
+  logConversion(static_cast<const T*>(nullptr));
+  const size_t n = rowElements(dst.width, dst.channel);
+  if (n == 0 || dst.height < 1) return TAMIX_OK;
+
+  const auto fitting =
+      static_cast<int32_t>(std::clamp<size_t>(kBandBytes / (n * sizeof(T)), 1, static_cast<size_t>(dst.height)));
+  const int32_t band = overlaps<T, Other<T>>(dst, source) ? dst.height : fitting;
+  const ScratchBuffer<T> converted(static_cast<size_t>(band) * n);
+  TAMIX_REQUIRE_AT(place, converted, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for arithmetic computation.");
+  for (int32_t y = 0; y < dst.height;) {
+    const int32_t rows = std::min(band, dst.height - y);
+    convertRows(plane(rowOf<const Other<T>>(source, y), source.width_stride, source.channel),
+                Plane<T>{converted.data(), static_cast<ptrdiff_t>(n)}, rows, n);
+    TAMIX_TRY(kernel(convert_a ? converted.data() : rowOf<const T>(a, y), convert_a ? rowOf<const T>(b, y) : converted.data(),
+                     rowOf<T>(dst, y), rows, dst.width, convert_a ? dst.width : a.width_stride,
+                     convert_a ? b.width_stride : dst.width, dst.width_stride, dst.channel, threads));
+    y += rows;
+  }
+  return TAMIX_OK;
+}
+
+// kernel(input 0, input 1) on the images as they are.
+template <class In, class Out, class Kernel>
+int32_t combineAsTheyAre(const TamixParams& params, Kernel kernel, int32_t threads) {
+  const TamixImage& a = params.input[0];
+  const TamixImage& b = params.input[1];
+  const TamixImage& dst = params.output[0];
+  return kernel(data<const In>(a), data<const In>(b), data<Out>(dst), dst.height, dst.width, a.width_stride, b.width_stride,
+                dst.width_stride, dst.channel, threads);
+}
+
+}  // namespace
+
+int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels& kernels, LogPlace forward, LogPlace mixed) {
+  const TamixImage& a = params->input[0];
+  const TamixImage& b = params->input[1];
+  const TamixImage& dst = params->output[0];
+  TAMIX_REQUIRE_AT(forward, dst.width_stride >= dst.width && a.width_stride >= a.width && b.width_stride >= b.width,
+                   TAMIX_ERR_UNSUPPORTED, "Recieve unsupported stride: %d %d %d", a.width_stride, b.width_stride,
+                   dst.width_stride);
+  TAMIX_REQUIRE_AT(forward,
+                   a.width == dst.width && b.width == dst.width && a.height == dst.height && b.height == dst.height &&
+                       a.channel == dst.channel && b.channel == dst.channel,
+                   TAMIX_ERR_UNSUPPORTED, "Recieve unequal shape or data type");
+
+  const bool to_float = dst.type == Tamix_FLOAT32;
+  const bool to_uint8 = dst.type == Tamix_UINT8;
+  if (a.type == dst.type) {
+    TAMIX_REQUIRE_AT(forward, to_float || (to_uint8 && kernels.uint8 != nullptr), TAMIX_ERR_UNSUPPORTED,
+                     "Recieve unsupported data type: %d", a.type);
+    TAMIX_REQUIRE_AT(forward, isOneOf(b.type, Tamix_UINT8, Tamix_FLOAT32), TAMIX_ERR_UNSUPPORTED,
+                     "Recieve unsupported data type: %d", b.type);
+    if (b.type == a.type && to_float) return combineAsTheyAre<float, float>(*params, kernels.float32, threadNumber());
+    if (b.type == a.type) return combineAsTheyAre<uint8_t, uint8_t>(*params, kernels.uint8, threadNumber());
+  } else {
+    setConverted();
+    const bool known = isOneOf(a.type, Tamix_UINT8, Tamix_FLOAT32) && isOneOf(b.type, Tamix_UINT8, Tamix_FLOAT32);
+    const bool has_kernel = to_float || (to_uint8 && (a.type == b.type || kernels.uint8 != nullptr));
+    TAMIX_REQUIRE_AT(mixed, known && has_kernel, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", dst.type);
+    if (a.type == b.type && to_float)
+      return combineAsTheyAre<uint8_t, float>(*params, kernels.uint8_to_float32, threadNumber());
+    if (a.type == b.type) return combineAsTheyAre<float, uint8_t>(*params, kernels.float32_to_uint8, threadNumber());
+  }
+  if (to_float) return combineConverted<float>(*params, kernels.float32, threadNumber(), mixed);
+  return combineConverted<uint8_t>(*params, kernels.uint8, threadNumber(), mixed);
+}
+
+}  // namespace tamix

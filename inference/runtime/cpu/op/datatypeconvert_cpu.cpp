@@ -1,0 +1,28 @@
+#include "inference/runtime/cpu/op/cpu_operator.h"
+
+namespace tamix {
+
+// Converts an image between bytes and floats.
+class DataTypeConvertCPU final : public Operator {
+ public:
+  explicit DataTypeConvertCPU(Runtime* runtime) : Operator(runtime) {}
+  int32_t forward(TamixParams* params) override;
+};
+
+int32_t DataTypeConvertCPU::forward(TamixParams* params) {
+  TamixImage& src = params->input[0];
+  TamixImage& dst = params->output[0];
+  TAMIX_REQUIRE_SAME_CHANNEL(src, dst);
+  TAMIX_REQUIRE_SAME_SIZE(src, dst);
+  // The source is read with the destination's pitch.
+  TAMIX_REQUIRE(src.width_stride >= dst.width_stride || src.height <= 1, TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output stride: %d, %d", src.width_stride, dst.width_stride);
+  const int32_t status = dataTypeInputToOutput(src, static_cast<TamixDataType>(src.type), dst,
+                                               static_cast<TamixDataType>(dst.type), /*force_copy=*/false);
+  setConverted();
+  return status;
+}
+
+TAMIX_REGISTER_OPERATOR(TAMIX_OP_DATA_TYPE_CONVERT, DataTypeConvertCPU, DataTypeConvertCPUCreator);
+
+}  // namespace tamix
