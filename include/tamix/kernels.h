@@ -101,6 +101,43 @@ TAMIX_API int32_t gaussianFilterCPUUINT8(const uint8_t* src, uint8_t* dst, int32
                                          int32_t kernel_height, int32_t kernel_width, const float* kernel, int32_t border_type,
                                          int32_t border_value, int32_t num_threads, float sigma);
 
+/*
+ * Resizes an interleaved 8-bit image with bilinear interpolation. Heights come before widths; strides count pixels. Any
+ * number of channels from 1 on; any size, down to one row or column. A size or channel count below 1 is an empty image.
+ *
+ * Other channel counts than 4: with scale = src_width / dst_width in single precision, column x lies at f = (x + 0.5) * scale -
+ * 0.5 (in double precision, then rounded to single), between columns i = floor(f) and i + 1, with the weight w of column i + 1
+ * being f - i in sixteenths, rounded half up; positions before the first and after the last column's centre take that column.
+ * Rows likewise. Each result is the sum of its four weighted pixels, (sum + 128) >> 8.
+ *
+ * 4 channels: source and destination are cut into num_threads bands of rows (2 where num_threads is below 1), each of
+ * ceil(height / bands) rows as far as there are any, and each band is resized as an image of its own; a destination band
+ * without source rows takes the last row of the source. Positions are x * scale + (scale / 2 - 1 / 2) in single precision,
+ * weights have 7 bits and are truncated in favour of the second pixel; rows are blended first, and both blends round half up.
+ * For an odd dst_width every band logs an error line, but is resized all the same.
+ *
+ * Returns TAMIX_OK, TAMIX_ERR_INVALID_IMAGE (null) or TAMIX_ERR_NO_MEMORY; nothing is written then.
+ */
+TAMIX_API int32_t resizeBilinearCPUUINT8(const uint8_t* src, int32_t src_height, int32_t src_width, int32_t src_stride,
+                                         uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_stride,
+                                         int32_t channels, int32_t num_threads);
+
+/*
+ * Shrinks an interleaved 8-bit image: each result is the mean of the source pixels weighted by how much of each it covers.
+ * Heights come before widths; strides count pixels and are honoured. Any number of channels from 1 on; a size or channel count
+ * below 1 is an empty image. Where the destination is larger in either direction: resizeBilinearCPUUINT8 with all arguments.
+ *
+ * Rows: the first ceil(src_height / 2) source rows make the first ceil(dst_height / 2) destination rows, the other source
+ * rows the other destination rows; no row of one half enters the other. The scale is that of the whole image, a single
+ * precision division. Columns are summed first, then rows, in order and in single precision; shares below a thousandth of a
+ * pixel are left out. Results are rounded to the nearest integer, ties away from zero.
+ *
+ * Returns TAMIX_OK, TAMIX_ERR_INVALID_IMAGE (null) or TAMIX_ERR_NO_MEMORY (the first half of the rows may be written then).
+ */
+TAMIX_API int32_t resizeAreaCPUUINT8(const uint8_t* src, int32_t src_height, int32_t src_width, int32_t src_stride,
+                                     uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_stride, int32_t channels,
+                                     int32_t num_threads);
+
 #ifdef __cplusplus
 }
 #endif

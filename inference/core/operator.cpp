@@ -1,15 +1,12 @@
 #include <utility>
 
+#include "inference/utils/image_format.h"
 #include "inference/utils/tamix_log.h"
 #include "inference/utils/tamix_utils.h"
 #include "tamix/framework.hpp"
 
 namespace tamix {
 namespace {
-
-bool isTwoPlane(int32_t format) {
-  return format == Tamix_I420 || (format >= Tamix_NV12 && format <= 20) || (format >= 4352 && format <= 8192);
-}
 
 bool isNV(const TamixImage& image) { return image.format == Tamix_NV12 || image.format == Tamix_NV21; }
 bool isEmpty(const TamixImage& image) { return image.width == 0 || image.height == 0; }

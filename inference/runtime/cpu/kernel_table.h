@@ -5,6 +5,8 @@
 
 #include "inference/runtime/cpu/arm/fp32/convertscaleabs_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/resizearea_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/resizebilinear_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/uint8/arithmetic_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/bitwise_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/bitwisenot_cpu_uint8.h"
@@ -14,6 +16,7 @@
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
 #include "tamix/kernels.h"
 
@@ -21,11 +24,11 @@ namespace tamix {
 
 // Entry n is line n. A field has its kernel's own signature, so a wrong argument list does not compile.
 struct KernelTable {
-  const void* entry_0 = nullptr;   // 0 resizeAreaCPUUINT8
-  const void* entry_1 = nullptr;   // 1 resizeBilinearCPUUINT8
+  decltype(&::resizeAreaCPUUINT8) resizeAreaCPUUINT8 = &::resizeAreaCPUUINT8;  // 0
+  decltype(&::resizeBilinearCPUUINT8) resizeBilinearCPUUINT8 = &::resizeBilinearCPUUINT8;  // 1
   decltype(&::resizeBilinearNV21toRGBCPUUINT8) resizeBilinearNV21toRGBCPUUINT8 = &::resizeBilinearNV21toRGBCPUUINT8;  // 2
   decltype(&::resizeBilinearNV21toBGRCPUUINT8) resizeBilinearNV21toBGRCPUUINT8 = &::resizeBilinearNV21toBGRCPUUINT8;  // 3
-  const void* entry_4 = nullptr;   // 4 resizeNearestCPUUINT8
+  decltype(&tamix::resizeNearestCPUUINT8) resizeNearestCPUUINT8 = &tamix::resizeNearestCPUUINT8;  // 4
   const void* entry_5 = nullptr;   // 5 RGBToNV12CPUUINT8
   const void* entry_6 = nullptr;   // 6 BGRToNV12CPUUINT8
   const void* entry_7 = nullptr;   // 7 RGBToNV21CPUUINT8
@@ -76,8 +79,8 @@ struct KernelTable {
   decltype(&tamix::bitwiseOrCPUUINT8) bitwiseOrCPUUINT8 = &tamix::bitwiseOrCPUUINT8;  // 52
   decltype(&tamix::bitwiseXorCPUUINT8) bitwiseXorCPUUINT8 = &tamix::bitwiseXorCPUUINT8;  // 53
   decltype(&tamix::bitwiseNotCPUUINT8) bitwiseNotCPUUINT8 = &tamix::bitwiseNotCPUUINT8;  // 54
-  const void* entry_55 = nullptr;  // 55 resizeAreaCPUFLOAT32
-  const void* entry_56 = nullptr;  // 56 resizeBilinearCPUFLOAT32
+  decltype(&tamix::resizeAreaCPUFLOAT32) resizeAreaCPUFLOAT32 = &tamix::resizeAreaCPUFLOAT32;  // 55
+  decltype(&tamix::resizeBilinearCPUFLOAT32) resizeBilinearCPUFLOAT32 = &tamix::resizeBilinearCPUFLOAT32;  // 56
   const void* entry_57 = nullptr;  // 57
   const void* entry_58 = nullptr;  // 58 meanFilterCPUFLOAT32
   decltype(&tamix::addCPUFLOAT32) addCPUFLOAT32 = &tamix::addCPUFLOAT32;  // 59

@@ -44,6 +44,14 @@ class ByteWindow {
 #endif
   }
 
+  // Indices with the top bit give 0; the others must be below 16 * kBlocks.
+  HWY_INLINE hn::Vec<D> lookupOr0(hn::Vec<D> index) const {
+#if HWY_TARGET == HWY_AVX3_DL
+    if constexpr (kWhole) return hn::IfThenZeroElse(hn::MaskFromVec(index), permute(index));
+#endif
+    return lookup(index);
+  }
+
  private:
   static constexpr size_t kLanes = hn::MaxLanes(D());
 

@@ -88,4 +88,76 @@ HWY_INLINE hn::Vec<D> roundShiftRightNarrowToUint8(D d, V16 lo, V16 hi) {
                        hn::BitCast(di16, hn::ShiftRight<kBits>(hn::Add(hi, half))));
 }
 
+// Signed 16-bit lanes saturated to signed 8 bits; lo and hi as from widenLower and widenUpper. D is a tag of int8_t.
+template <class D, class V16>
+HWY_INLINE hn::Vec<D> narrowToInt8(D d, V16 lo, V16 hi) {
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(hn::Vec<D>) == 64) return hn::Vec<D>{_mm512_packs_epi16(lo.raw, hi.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(hn::Vec<D>) == 32) return hn::Vec<D>{_mm256_packs_epi16(lo.raw, hi.raw)};
+#endif
+#if HWY_TARGET <= HWY_SSSE3
+  if constexpr (sizeof(hn::Vec<D>) == 16) return hn::Vec<D>{_mm_packs_epi16(lo.raw, hi.raw)};
+#endif
+  const hn::Half<D> half;
+  return hn::Combine(d, hn::DemoteTo(half, hi), hn::DemoteTo(half, lo));
+}
+
+// The narrowing functions' result in order where lo and hi were consecutive vectors: 64-bit lanes 0, 2, 4 ..., 1, 3, 5 ...
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V narrowedInOrder(D d, V v) {
+  if constexpr (sizeof(V) <= 16) {
+    return v;
+  } else {
+    const hn::Repartition<uint64_t, D> d64;
+#if HWY_TARGET <= HWY_AVX2
+    if constexpr (sizeof(V) == 32) {
+      return hn::BitCast(d, hn::Vec<decltype(d64)>{_mm256_permute4x64_epi64(hn::BitCast(d64, v).raw, 0xD8)});
+    }
+#endif
+    alignas(64) uint64_t order[hn::MaxLanes(d64)];
+    for (size_t i = 0; i < hn::MaxLanes(d64) / 2; ++i) {
+      order[i] = 2 * i;
+      order[i + hn::MaxLanes(d64) / 2] = 2 * i + 1;
+    }
+    return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d64, v), hn::SetTableIndices(d64, order)));
+  }
+}
+
+// (v + 128) >> 8 of consecutive vectors of unsigned 16-bit lanes, none above 65407. D is a tag of uint8_t.
+template <class D, class V16>
+HWY_INLINE hn::Vec<D> roundedHighBytes(D d, V16 first, V16 second) {
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(hn::Vec<D>) == 64) {
+    const hn::Repartition<uint16_t, D> d16;
+    const auto half = hn::Set(d16, 128);
+    alignas(64) uint8_t high[64];
+    for (size_t i = 0; i < 64; ++i) high[i] = static_cast<uint8_t>(2 * i + 1);
+    return hn::Vec<D>{_mm512_permutex2var_epi8(hn::Add(first, half).raw, hn::Load(d, high).raw, hn::Add(second, half).raw)};
+  }
+#endif
+  return narrowedInOrder(d, roundShiftRightNarrowToUint8<8>(d, first, second));
+}
+
+// u[2i] * s[2i] + u[2i + 1] * s[2i + 1], of unsigned and signed bytes; no sum may leave the signed 16-bit range.
+template <class D16, class VU, class VS>
+HWY_INLINE hn::Vec<D16> multiplyAddPairs(D16 d16, VU u, VS s) {
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(VU) == 64) return hn::Vec<D16>{_mm512_maddubs_epi16(u.raw, s.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(VU) == 32) return hn::Vec<D16>{_mm256_maddubs_epi16(u.raw, s.raw)};
+#endif
+#if HWY_TARGET <= HWY_SSSE3
+  if constexpr (sizeof(VU) == 16) return hn::Vec<D16>{_mm_maddubs_epi16(u.raw, s.raw)};
+#endif
+  const auto u16 = hn::BitCast(d16, u);
+  const auto s16 = hn::BitCast(d16, s);
+  const auto even = hn::Mul(hn::And(u16, hn::Set(d16, 0xFF)), hn::ShiftRight<8>(hn::ShiftLeft<8>(s16)));
+  const hn::RebindToUnsigned<D16> du16;
+  const auto odd_u = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(du16, u16)));
+  return hn::Add(even, hn::Mul(odd_u, hn::ShiftRight<8>(s16)));
+}
+
 }  // namespace tamix
