@@ -5,18 +5,25 @@
 
 #include "inference/runtime/cpu/arm/fp32/convertscaleabs_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/rectcut_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/resizearea_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/resizebilinear_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/split_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/uint8/arithmetic_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/bitwise_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/bitwisenot_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/calchist_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/concat_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/convertscaleabs_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/copymakeborder_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/countnonzero_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/merge_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/split_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
 #include "tamix/kernels.h"
 
@@ -41,8 +48,8 @@ struct KernelTable {
   const void* entry_14 = nullptr;  // 14 BGRAToHSVCPUUINT8
   decltype(&tamix::meanSTDCPUUINT8) meanSTDCPUUINT8 = &tamix::meanSTDCPUUINT8;  // 15
   const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
-  const void* entry_17 = nullptr;  // 17 mergeCPUUINT8
-  const void* entry_18 = nullptr;  // 18 splitCPUUINT8
+  decltype(&tamix::mergeCPUUINT8) mergeCPUUINT8 = &tamix::mergeCPUUINT8;  // 17
+  decltype(&tamix::splitCPUUINT8) splitCPUUINT8 = &tamix::splitCPUUINT8;  // 18
   const void* entry_19 = nullptr;  // 19 meanFilterCPUUINT8
   decltype(&tamix::imageFuseOverlapCPUUINT8) imageFuseOverlapCPUUINT8 = &tamix::imageFuseOverlapCPUUINT8;  // 20
   const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
@@ -57,13 +64,13 @@ struct KernelTable {
   const void* entry_30 = nullptr;  // 30 flipCPUUINT8
   const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
   decltype(&tamix::countNonZeroCPUUINT8) countNonZeroCPUUINT8 = &tamix::countNonZeroCPUUINT8;  // 32
-  const void* entry_33 = nullptr;  // 33 copyMakeBorderCPUUINT8
+  decltype(&tamix::copyMakeBorderCPUUINT8) copyMakeBorderCPUUINT8 = &tamix::copyMakeBorderCPUUINT8;  // 33
   const void* entry_34 = nullptr;  // 34 RGBToLABCPUUINT8
   const void* entry_35 = nullptr;  // 35 LABToRGBCPUUINT8
   const void* entry_36 = nullptr;  // 36 color3ToGRAYCPUUINT8
   const void* entry_37 = nullptr;  // 37 color4ToGRAYCPUUINT8
   const void* entry_38 = nullptr;  // 38 warpAffineCPUUINT8
-  const void* entry_39 = nullptr;  // 39 rectCutCPUUINT8
+  decltype(&tamix::rectCutCPUUINT8) rectCutCPUUINT8 = &tamix::rectCutCPUUINT8;  // 39
   const void* entry_40 = nullptr;  // 40 erodeCPUUINT8
   const void* entry_41 = nullptr;  // 41 dilateCPUUINT8
   const void* entry_42 = nullptr;  // 42 getStructuringElementCPUUINT8
@@ -73,8 +80,8 @@ struct KernelTable {
   const void* entry_46 = nullptr;  // 46 warpPerspectiveCPUUINT8
   const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
   const void* entry_48 = nullptr;  // 48 color4ToColor3CPUUINT8
-  const void* entry_49 = nullptr;  // 49 vconcatCPUUINT8
-  const void* entry_50 = nullptr;  // 50 hconcatCPUUINT8
+  decltype(&tamix::vconcatCPUUINT8) vconcatCPUUINT8 = &tamix::vconcatCPUUINT8;  // 49
+  decltype(&tamix::hconcatCPUUINT8) hconcatCPUUINT8 = &tamix::hconcatCPUUINT8;  // 50
   decltype(&tamix::bitwiseAndCPUUINT8) bitwiseAndCPUUINT8 = &tamix::bitwiseAndCPUUINT8;  // 51
   decltype(&tamix::bitwiseOrCPUUINT8) bitwiseOrCPUUINT8 = &tamix::bitwiseOrCPUUINT8;  // 52
   decltype(&tamix::bitwiseXorCPUUINT8) bitwiseXorCPUUINT8 = &tamix::bitwiseXorCPUUINT8;  // 53
@@ -97,8 +104,8 @@ struct KernelTable {
   decltype(&tamix::divideCPUFLOAT32toUINT8) divideCPUFLOAT32toUINT8 = &tamix::divideCPUFLOAT32toUINT8;  // 70
   decltype(&tamix::convertScaleAbsCPUFLOAT32) convertScaleAbsCPUFLOAT32 = &tamix::convertScaleAbsCPUFLOAT32;  // 71
   decltype(&tamix::normalizationCPUFLOAT32) normalizationCPUFLOAT32 = &tamix::normalizationCPUFLOAT32;  // 72
-  const void* entry_73 = nullptr;  // 73 rectCutCPUFLOAT32
-  const void* entry_74 = nullptr;  // 74 splitCPUFLOAT32
+  decltype(&tamix::rectCutCPUFLOAT32) rectCutCPUFLOAT32 = &tamix::rectCutCPUFLOAT32;  // 73
+  decltype(&tamix::splitCPUFLOAT32) splitCPUFLOAT32 = &tamix::splitCPUFLOAT32;  // 74
   const void* entry_75 = nullptr;  // 75 getPerspectiveTransformCPUFLOAT32
 };
 static_assert(sizeof(KernelTable) == 76 * sizeof(void*));

@@ -83,3 +83,7 @@ class OperatorRegistration {
   TAMIX_REQUIRE((image).channel <= 1 || !tamix::isOneOf((image).format, Tamix_I420, Tamix_NV12, Tamix_NV21),   \
                 TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d with %d channels", (image).format, \
                 (image).channel)
+
+// Refuses a float input of a kernel on bytes, before the framework converts floats that the output does not hold.
+#define TAMIX_REQUIRE_NO_FLOAT(image) \
+  TAMIX_REQUIRE((image).type != Tamix_FLOAT32, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", (image).type)

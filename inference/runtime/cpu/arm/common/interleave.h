@@ -1,9 +1,77 @@
-// Three-way interleaved stores.
+// Three-way interleaved loads and stores.
 #pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
 
 #include "inference/runtime/cpu/arm/common/simd.h"
 
 namespace tamix {
+
+#if HWY_TARGET == HWY_AVX3_DL
+// 64 pixels of three bytes lie in three registers x0, x1, x2. A permute of each register moves its bytes to lanes such that a
+// channel is a blend of the three, up to a last permute of its own: cheaper than permutes of two registers.
+//   lanes       0       1..21   22..42  43..63
+//   channel 0   x0      x0      x1      x2
+//   channel 1   x1      x2      x0      x1
+//   channel 2   x2      x1      x2      x0
+namespace interleave3 {
+
+using Index = std::array<uint8_t, 64>;
+constexpr uint64_t kLanes1To21 = 0x00000000003FFFFEu;
+constexpr uint64_t kLanes22To42 = 0x000007FFFFC00000u;
+constexpr uint64_t kLanes43To63 = 0xFFFFF80000000000u;
+
+// The lane of a channel's byte of pixel p.
+constexpr size_t laneOf(size_t channel, size_t p) {
+  if (channel == 0) return p;
+  if (channel == 1) return (p + 22) % 64;
+  return p < 21 ? p + 43 : p < 42 ? p - 20 : p == 42 ? 0 : p - 21;
+}
+
+// The byte of register k that goes to each lane.
+constexpr Index bytesToLanes(size_t k) {
+  Index index{};
+  for (size_t i = 0; i < 64; ++i) index[laneOf((64 * k + i) % 3, (64 * k + i) / 3)] = static_cast<uint8_t>(i);
+  return index;
+}
+
+// The lane of each pixel's byte of a channel.
+constexpr Index lanesToPixels(size_t channel) {
+  Index index{};
+  for (size_t p = 0; p < 64; ++p) index[p] = static_cast<uint8_t>(laneOf(channel, p));
+  return index;
+}
+
+alignas(64) inline constexpr Index kBytesToLanes[3] = {bytesToLanes(0), bytesToLanes(1), bytesToLanes(2)};
+alignas(64) inline constexpr Index kLanesToPixels[3] = {lanesToPixels(0), lanesToPixels(1), lanesToPixels(2)};
+
+HWY_INLINE __m512i permute(__m512i v, const Index& index) {
+  return _mm512_permutexvar_epi8(_mm512_load_si512(index.data()), v);
+}
+
+}  // namespace interleave3
+#endif
+
+// a[i], b[i], c[i] = from[3i], from[3i + 1], from[3i + 2] for every lane i. Vectors of 16 bytes or more.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void loadInterleaved3(D d, const hn::TFromD<D>* HWY_RESTRICT from, V& a, V& b, V& c) {
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(V) == 64 && sizeof(hn::TFromD<D>) == 1) {
+    using namespace interleave3;
+    const __m512i x0 = permute(_mm512_loadu_si512(from), kBytesToLanes[0]);
+    const __m512i x1 = permute(_mm512_loadu_si512(from + 64), kBytesToLanes[1]);
+    const __m512i x2 = permute(_mm512_loadu_si512(from + 128), kBytesToLanes[2]);
+    const auto blend = [](uint64_t lanes, __m512i v, __m512i there) { return _mm512_mask_blend_epi8(lanes, v, there); };
+    a = V{blend(kLanes43To63, blend(kLanes22To42, x0, x1), x2)};
+    b = V{permute(blend(kLanes1To21, blend(kLanes22To42, x1, x0), x2), kLanesToPixels[1])};
+    c = V{permute(blend(kLanes1To21, blend(kLanes43To63, x2, x0), x1), kLanesToPixels[2])};
+    return;
+  }
+#endif
+  hn::LoadInterleaved3(d, from, a, b, c);
+}
 
 // Stores a0 b0 c0 a1 b1 c1 ...: three times Lanes(d) bytes. D is a tag of uint8_t.
 template <class D, class V = hn::Vec<D>>

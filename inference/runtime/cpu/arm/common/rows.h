@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <type_traits>
@@ -21,6 +22,8 @@ struct Plane {
   ptrdiff_t pitch;
 
   T* row(ptrdiff_t y) const { return data + y * pitch; }
+  // The plane that begins at element i of row y.
+  Plane from(ptrdiff_t y, ptrdiff_t i) const { return {row(y) + i, pitch}; }
 };
 
 // The plane of an interleaved image; width_stride counts pixels.
@@ -49,6 +52,14 @@ void joinRows(int32_t& height, size_t& n, const Plane<Ts>&... planes) {
   height = 1;
 }
 
+// Copies rows of n elements, as one run where neither side is padded. Source and destination may overlap within a row.
+template <class T>
+void copyRows(const Plane<const T>& src, const Plane<T>& dst, int32_t height, size_t n) {
+  if (n == 0) return;
+  joinRows(height, n, src, dst);
+  for (ptrdiff_t y = 0; y < height; ++y) std::memmove(dst.row(y), src.row(y), n * sizeof(T));
+}
+
 // True when writing dst[i] may change a src[j] with j > i, both of n elements. Elements are then taken one at a time, in order;
 // otherwise vectors give the same result as that, in place too.
 template <class Out, class In>
@@ -71,6 +82,12 @@ bool overlap(const Plane<const T>& a, const Plane<T>& b, int32_t height, size_t 
   const auto [a_begin, a_end] = range(a);
   const auto [b_begin, b_end] = range(b);
   return a_begin < b_end && b_begin < a_end;
+}
+
+// The same rows from the last to the first.
+template <class T>
+Plane<T> upsideDown(Plane<T> plane, ptrdiff_t height) {
+  return {plane.row(height - 1), -plane.pitch};
 }
 
 struct FreeDeleter {

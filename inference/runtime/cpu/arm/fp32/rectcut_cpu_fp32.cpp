@@ -1,0 +1,17 @@
+#include "inference/runtime/cpu/arm/fp32/rectcut_cpu_fp32.h"
+
+#include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/utils/tamix_log.h"
+
+namespace tamix {
+
+int32_t rectCutCPUFLOAT32(const float* src, int32_t /*src_height*/, int32_t /*src_width*/, int32_t src_stride, float* dst,
+                          int32_t /*dst_height*/, int32_t /*dst_width*/, int32_t dst_stride, int32_t channels, int32_t left,
+                          int32_t top, int32_t width, int32_t height, int32_t /*num_threads*/) {
+  TAMIX_REQUIRE_DATA(src, dst);
+  copyRows(plane(src, src_stride, channels).from(top, ptrdiff_t{left} * channels), plane(dst, dst_stride, channels), height,
+           rowElements(width, channels));
+  return TAMIX_OK;
+}
+
+}  // namespace tamix
