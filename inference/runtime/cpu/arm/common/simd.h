@@ -38,30 +38,32 @@ HWY_INLINE void walkRow(size_t n, const Body& body) {
   for (; i < n; ++i) body(one, i);
 }
 
+// f(d64, v64...) on float lanes as doubles, rounded back to floats once.
+template <class D, class F, class... V>
+HWY_INLINE hn::Vec<D> inDoubles(D d, const F& f, V... v) {
+  if constexpr (hn::MaxLanes(d) <= 2) {
+    const hn::Rebind<double, D> wide;
+    return hn::DemoteTo(d, f(wide, hn::PromoteTo(wide, v)...));
+  } else {
+    const hn::Half<D> half;
+    const hn::Rebind<double, decltype(half)> wide;
     const auto lower = hn::DemoteTo(half, f(wide, hn::PromoteTo(wide, hn::LowerHalf(half, v))...));
     const auto upper = hn::DemoteTo(half, f(wide, hn::PromoteTo(wide, hn::UpperHalf(half, v))...));
-    const hn::Half<D> half;
-    const hn::Rebind<double, D> wide;
-    const hn::Rebind<double, decltype(half)> wide;
     return hn::Combine(d, upper, lower);
-    return hn::DemoteTo(d, f(wide, hn::PromoteTo(wide, v)...));
-  alignas(64) T last[hn::MaxLanes(d)];
-  const hn::ScalableTag<T> d;
-  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) hn::StoreU(body(d, i), d, row + i);
-  hn::Store(body(d, i), d, last);
-  if (i == n) return;
-  if constexpr (hn::MaxLanes(d) <= 2) {
-  size_t i = 0;
-  std::memcpy(row + i, last, (n - i) * sizeof(T));
   }
-  } else {
+}
+
 // A row's results by whole vectors body(d, i), where body may compute elements beyond the last: those of an incomplete last
-// f(d64, v64...) on float lanes as doubles, rounded back to floats once.
 // vector are dropped.
-HWY_INLINE hn::Vec<D> inDoubles(D d, const F& f, V... v) {
-HWY_INLINE void writeRow(T* HWY_RESTRICT row, size_t n, const Body& body) {
-template <class D, class F, class... V>
 template <class T, class Body>
+HWY_INLINE void writeRow(T* HWY_RESTRICT row, size_t n, const Body& body) {
+  const hn::ScalableTag<T> d;
+  size_t i = 0;
+  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) hn::StoreU(body(d, i), d, row + i);
+  if (i == n) return;
+  alignas(64) T last[hn::MaxLanes(d)];
+  hn::Store(body(d, i), d, last);
+  std::memcpy(row + i, last, (n - i) * sizeof(T));
 }
 
 }  // namespace tamix
