@@ -138,6 +138,17 @@ TAMIX_API int32_t resizeAreaCPUUINT8(const uint8_t* src, int32_t src_height, int
                                      uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_stride, int32_t channels,
                                      int32_t num_threads);
 
+/*
+ * Checks the arguments of a mean filter over bytes and refuses them all: only float images can be averaged, by the operator
+ * TAMIX_OP_MEAN_FILTER. Heights come before widths. Nothing is read or written.
+ *
+ * Returns TAMIX_ERR_INVALID_IMAGE for a null pointer, otherwise TAMIX_ERR_UNSUPPORTED, logged where the channel count is not 1
+ * or the kernel size neither 3 nor 5.
+ */
+TAMIX_API int32_t meanFilterCPUUINT8(const uint8_t* src, int32_t src_height, int32_t src_width, int32_t src_width_stride,
+                                     uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
+                                     int32_t channel, int32_t kernel_size, int32_t num_threads);
+
 #ifdef __cplusplus
 }
 #endif

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "inference/runtime/cpu/arm/fp32/convertscaleabs_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/meanfilter_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/rectcut_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/resizearea_cpu_fp32.h"
@@ -50,7 +51,7 @@ struct KernelTable {
   const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
   decltype(&tamix::mergeCPUUINT8) mergeCPUUINT8 = &tamix::mergeCPUUINT8;  // 17
   decltype(&tamix::splitCPUUINT8) splitCPUUINT8 = &tamix::splitCPUUINT8;  // 18
-  const void* entry_19 = nullptr;  // 19 meanFilterCPUUINT8
+  decltype(&::meanFilterCPUUINT8) meanFilterCPUUINT8 = &::meanFilterCPUUINT8;  // 19
   decltype(&tamix::imageFuseOverlapCPUUINT8) imageFuseOverlapCPUUINT8 = &tamix::imageFuseOverlapCPUUINT8;  // 20
   const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
   decltype(&::I420ToRGBCPUUINT8) I420ToRGBCPUUINT8 = &::I420ToRGBCPUUINT8;  // 22
@@ -89,7 +90,7 @@ struct KernelTable {
   decltype(&tamix::resizeAreaCPUFLOAT32) resizeAreaCPUFLOAT32 = &tamix::resizeAreaCPUFLOAT32;  // 55
   decltype(&tamix::resizeBilinearCPUFLOAT32) resizeBilinearCPUFLOAT32 = &tamix::resizeBilinearCPUFLOAT32;  // 56
   const void* entry_57 = nullptr;  // 57
-  const void* entry_58 = nullptr;  // 58 meanFilterCPUFLOAT32
+  decltype(&tamix::meanFilterCPUFLOAT32) meanFilterCPUFLOAT32 = &tamix::meanFilterCPUFLOAT32;  // 58
   decltype(&tamix::addCPUFLOAT32) addCPUFLOAT32 = &tamix::addCPUFLOAT32;  // 59
   decltype(&tamix::subtractCPUFLOAT32) subtractCPUFLOAT32 = &tamix::subtractCPUFLOAT32;  // 60
   decltype(&tamix::multipleCPUFLOAT32) multipleCPUFLOAT32 = &tamix::multipleCPUFLOAT32;  // 61
