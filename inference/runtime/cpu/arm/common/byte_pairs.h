@@ -20,20 +20,70 @@ HWY_INLINE auto oddBytes(D d, V v) {
   return hn::ShiftRight<8>(hn::BitCast(wide, v));
 }
 
-// Signed 16-bit lanes shifted right by kBits (arithmetic), saturated to 0..255: lane i of `even` becomes byte 2i, lane i of
-// `odd` byte 2i + 1.
-template <int kBits, class D, class V16>
-HWY_INLINE hn::Vec<D> shiftRightJoinToUint8(D d, V16 even, V16 odd) {
-#if HWY_TARGET == HWY_NEON
-  if constexpr (sizeof(hn::Vec<D>) == 16) {
-    const uint8x8_t e = vqshrun_n_s16(even.raw, kBits);
-    const uint8x8_t o = vqshrun_n_s16(odd.raw, kBits);
-    return hn::Vec<D>(vzip1q_u8(vcombine_u8(e, e), vcombine_u8(o, o)));
-  }
+#if HWY_TARGET != HWY_NEON
+// bytes[2i] * weights[2i] + bytes[2i + 1] * weights[2i + 1]. Weights 0..127; a sum must not exceed 32767.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto multiplyAddNeighbours(D d, V bytes, V weights) {
+#if HWY_TARGET <= HWY_SSSE3
+  using V16 = hn::Vec<hn::RepartitionToWide<D>>;
 #endif
-  // Narrowed within 128-bit blocks: e0..e7 o0..o7.
-  alignas(16) static constexpr uint8_t kOrder[16] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
-  return hn::TableLookupBytes(shiftRightNarrowToUint8<kBits>(d, even, odd), hn::LoadDup128(d, kOrder));
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) return V16{_mm512_maddubs_epi16(bytes.raw, weights.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(V) == 32) return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
+#endif
+#if HWY_TARGET <= HWY_SSSE3
+  if constexpr (sizeof(V) == 16) return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
+#endif
+  return hn::Add(hn::Mul(evenBytes(d, bytes), evenBytes(d, weights)), hn::Mul(oddBytes(d, bytes), oddBytes(d, weights)));
+}
+#endif
+
+// The even (odd) bytes times a weight, as 16-bit lanes; weight 0..127.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto evenBytesTimes(D d, V v, uint8_t weight) {
+  const hn::RepartitionToWide<D> wide;
+#if HWY_TARGET == HWY_NEON
+  return hn::Mul(evenBytes(d, v), hn::Set(wide, weight));
+#else
+  return multiplyAddNeighbours(d, v, hn::BitCast(d, hn::Set(wide, weight)));
+#endif
+}
+
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto oddBytesTimes(D d, V v, uint8_t weight) {
+  const hn::RepartitionToWide<D> wide;
+#if HWY_TARGET == HWY_NEON
+  return hn::Mul(oddBytes(d, v), hn::Set(wide, weight));
+#else
+  return multiplyAddNeighbours(d, v, hn::BitCast(d, hn::Set(wide, static_cast<uint16_t>(weight << 8))));
+#endif
+}
+
+// Lane of byte i as narrowPairs() leaves them.
+constexpr unsigned narrowedLane(unsigned i) {
+#if HWY_TARGET == HWY_NEON
+  return i;
+#else
+  return i / 16 * 16 + i % 16 / 2 + i % 2 * 8;  // e0..e7 o0..o7 in every 128-bit block
+#endif
+}
+
+// Signed 16-bit lanes shifted right by kBits (1..8, arithmetic), saturated to 0..255: lane i of `even` becomes byte 2i, lane i
+// of `odd` byte 2i + 1, each in its narrowedLane().
+template <int kBits, class D, class V16>
+HWY_INLINE hn::Vec<D> shiftRightNarrowPairs(D d, V16 even, V16 odd) {
+#if HWY_TARGET == HWY_NEON
+  // The saturated result in the upper byte of every lane.
+  static_assert(sizeof(hn::Vec<D>) == 16);
+  (void)d;
+  const uint8x16_t e = vreinterpretq_u8_u16(vqshluq_n_s16(even.raw, 8 - kBits));
+  const uint8x16_t o = vreinterpretq_u8_u16(vqshluq_n_s16(odd.raw, 8 - kBits));
+  return hn::Vec<D>(vtrn2q_u8(e, o));
+#else
+  return shiftRightNarrowToUint8<kBits>(d, even, odd);
+#endif
 }
 
 // Where the two bytes of pair i lie in a vector of `lanes` bytes that weightedPairs() takes.
@@ -48,23 +98,13 @@ constexpr size_t pairLane(size_t i, size_t side, [[maybe_unused]] size_t lanes) 
 // 16-bit lane i is first * weight + second * weight of pair i. Weights 0..127; a sum must not exceed 32767.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE auto weightedPairs(D d, V bytes, V weights) {
-  const hn::RepartitionToWide<D> wide;
-  using V16 = hn::Vec<decltype(wide)>;
 #if HWY_TARGET == HWY_NEON
   static_assert(sizeof(V) == 16);
   (void)d;
-  return V16(vmlal_high_u8(vmull_u8(vget_low_u8(bytes.raw), vget_low_u8(weights.raw)), bytes.raw, weights.raw));
+  return hn::Vec<hn::RepartitionToWide<D>>(
+      vmlal_high_u8(vmull_u8(vget_low_u8(bytes.raw), vget_low_u8(weights.raw)), bytes.raw, weights.raw));
 #else
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(V) == 64) return V16{_mm512_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(V) == 32) return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-#if HWY_TARGET <= HWY_SSSE3
-  if constexpr (sizeof(V) == 16) return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-  return hn::Add(hn::Mul(evenBytes(d, bytes), evenBytes(d, weights)), hn::Mul(oddBytes(d, bytes), oddBytes(d, weights)));
+  return multiplyAddNeighbours(d, bytes, weights);
 #endif
 }
 

@@ -51,15 +51,41 @@ HWY_INLINE hn::Vec<D> narrowToInt16(D d, V32 lo, V32 hi) {
   return hn::ReorderDemote2To(d, lo, hi);
 }
 
-// (a + b) >> 16 of signed 32-bit lanes, as lanes of the signed 16-bit tag D; lo and hi as from widenLower and widenUpper.
-template <class D, class V32>
-HWY_INLINE hn::Vec<D> addHighHalf(D d, V32 a_lo, V32 b_lo, V32 a_hi, V32 b_hi) {
+// Two vectors of 32-bit lanes: halves of a vector of 16-bit lanes on NEON, its even and its odd lanes elsewhere.
+template <class V32>
+struct WideLanes {
+  V32 first;
+  V32 second;
+};
+
+// The 16-bit lanes with zeros above, as signed lanes. D is a tag of uint16_t.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto wideLanes(D d, V v) {
+  const hn::RepartitionToWide<D> wide;
+  const hn::RebindToSigned<decltype(wide)> wide_signed;
 #if HWY_TARGET == HWY_NEON
-  if constexpr (sizeof(hn::Vec<D>) == 16) {
-    return hn::Vec<D>(vaddhn_high_s32(vaddhn_s32(a_lo.raw, b_lo.raw), a_hi.raw, b_hi.raw));
-  }
+  const auto first = widenLower(d, v);
+  const auto second = widenUpper(d, v);
+#else
+  (void)d;
+  const auto first = hn::And(hn::BitCast(wide, v), hn::Set(wide, 0xFFFF));
+  const auto second = hn::ShiftRight<16>(hn::BitCast(wide, v));
 #endif
-  return narrowToInt16(d, hn::ShiftRight<16>(hn::Add(a_lo, b_lo)), hn::ShiftRight<16>(hn::Add(a_hi, b_hi)));
+  return WideLanes<hn::Vec<decltype(wide_signed)>>{hn::BitCast(wide_signed, first), hn::BitCast(wide_signed, second)};
+}
+
+// (a + b) >> 16 as lanes of the signed 16-bit tag D, in the order that wideLanes() took.
+template <class D, class V32>
+HWY_INLINE hn::Vec<D> addHighHalf(D d, const WideLanes<V32>& a, const WideLanes<V32>& b) {
+#if HWY_TARGET == HWY_NEON
+  static_assert(sizeof(hn::Vec<D>) == 16);
+  (void)d;
+  return hn::Vec<D>(vaddhn_high_s32(vaddhn_s32(a.first.raw, b.first.raw), a.second.raw, b.second.raw));
+#else
+  const hn::Repartition<uint32_t, D> wide;
+  const auto first = hn::ShiftRight<16>(hn::BitCast(wide, hn::Add(a.first, b.first)));
+  return hn::OddEven(hn::BitCast(d, hn::Add(a.second, b.second)), hn::BitCast(d, first));
+#endif
 }
 
 // Signed 16-bit lanes shifted right by kBits (arithmetic, rounding toward minus infinity), then saturated to 0..255.

@@ -73,8 +73,14 @@ HWY_INLINE void loadInterleaved3(D d, const hn::TFromD<D>* HWY_RESTRICT from, V&
   hn::LoadInterleaved3(d, from, a, b, c);
 }
 
-// Stores a0 b0 c0 a1 b1 c1 ...: three times Lanes(d) bytes. D is a tag of uint8_t.
-template <class D, class V = hn::Vec<D>>
+// Which lane of a vector holds element i.
+using LaneOf = unsigned (*)(unsigned i);
+constexpr unsigned inOrder(unsigned i) { return i; }
+
+// Stores element 0 of a, b, c, element 1 of a, b, c, ...: three times Lanes(d) bytes. D is a tag of uint8_t. Lanes in another
+// order than the elements' cost nothing with whole-vector byte permutations, one lookup per vector otherwise; their order is
+// that of 16 elements, repeated.
+template <LaneOf kLaneOf = inOrder, class D, class V = hn::Vec<D>>
 HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) {
 #if HWY_TARGET == HWY_AVX3_DL
   if constexpr (sizeof(V) == 64) {
@@ -85,8 +91,8 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
         uint64_t from_c[3];
       } tables{};
       for (unsigned j = 0; j < 192; ++j) {
-        tables.ab[j / 64][j % 64] = static_cast<uint8_t>(j / 3 + (j % 3 == 1 ? 64 : 0));
-        tables.c[j / 64][j % 64] = static_cast<uint8_t>(j / 3);
+        tables.ab[j / 64][j % 64] = static_cast<uint8_t>(kLaneOf(j / 3) + (j % 3 == 1 ? 64 : 0));
+        tables.c[j / 64][j % 64] = static_cast<uint8_t>(kLaneOf(j / 3));
         if (j % 3 == 2) tables.from_c[j / 64] |= uint64_t{1} << (j % 64);
       }
       return tables;
@@ -99,6 +105,17 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
     return;
   }
 #endif
+  if constexpr (kLaneOf != inOrder) {
+    alignas(16) static constexpr auto kOrder = [] {
+      std::array<uint8_t, 16> order{};
+      for (unsigned i = 0; i < 16; ++i) order[i] = static_cast<uint8_t>(kLaneOf(i));
+      return order;
+    }();
+    const auto order = hn::LoadDup128(d, kOrder.data());
+    a = hn::TableLookupBytes(a, order);
+    b = hn::TableLookupBytes(b, order);
+    c = hn::TableLookupBytes(c, order);
+  }
   hn::StoreInterleaved3(a, b, c, d, to);
 }
 

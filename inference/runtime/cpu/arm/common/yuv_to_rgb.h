@@ -38,50 +38,47 @@ template <YUVWeights kWeights, class D>
 class ChromaTerms {
   using D16 = hn::RepartitionToWide<D>;
   using D32 = hn::RebindToSigned<hn::RepartitionToWide<D16>>;
-  using V32 = hn::Vec<D32>;
+  using Wide = WideLanes<hn::Vec<D32>>;
 
  public:
   HWY_INLINE ChromaTerms(D d, hn::Vec<D16> u, hn::Vec<D16> v) : d_(d) {
+    const Wide wide_u = wideLanes(D16(), u);
+    const Wide wide_v = wideLanes(D16(), v);
     // (U - 128) * weight as U * weight + constant.
-    constexpr int32_t kRed = kWeights.rounding - 128 * kWeights.red_v;
-    constexpr int32_t kGreen = kWeights.rounding - 128 * (kWeights.green_u + kWeights.green_v);
-    constexpr int32_t kBlue = kWeights.rounding - 128 * kWeights.blue_u;
-    const V32 u_lo = lower(u), u_hi = upper(u), v_lo = lower(v), v_hi = upper(v);
-    red_lo_ = hn::Add(times(v_lo, kWeights.red_v), hn::Set(D32(), kRed));
-    red_hi_ = hn::Add(times(v_hi, kWeights.red_v), hn::Set(D32(), kRed));
-    green_lo_ = hn::Add(hn::Add(times(u_lo, kWeights.green_u), times(v_lo, kWeights.green_v)), hn::Set(D32(), kGreen));
-    green_hi_ = hn::Add(hn::Add(times(u_hi, kWeights.green_u), times(v_hi, kWeights.green_v)), hn::Set(D32(), kGreen));
-    blue_lo_ = hn::Add(times(u_lo, kWeights.blue_u), hn::Set(D32(), kBlue));
-    blue_hi_ = hn::Add(times(u_hi, kWeights.blue_u), hn::Set(D32(), kBlue));
+    const Wide red = plus(times(wide_v, kWeights.red_v), kWeights.rounding - 128 * kWeights.red_v);
+    const Wide blue = plus(times(wide_u, kWeights.blue_u), kWeights.rounding - 128 * kWeights.blue_u);
+    const Wide green_u = plus(times(wide_u, kWeights.green_u), kWeights.rounding - 128 * (kWeights.green_u + kWeights.green_v));
+    const Wide green_v = times(wide_v, kWeights.green_v);
+    red_ = red;
+    green_ = {hn::Add(green_u.first, green_v.first), hn::Add(green_u.second, green_v.second)};
+    blue_ = blue;
   }
 
-  // Stores Lanes(d) pixels; lane i of the terms serves lane i of `even` and `odd`, pixels 2i and 2i + 1.
+  // Stores Lanes(d) pixels of luma above 16; lane i of the terms serves lane i of `even` and `odd`, pixels 2i and 2i + 1.
   template <bool kRedFirst>
   HWY_INLINE void store(hn::Vec<D16> even, hn::Vec<D16> odd, uint8_t* HWY_RESTRICT to) const {
-    const auto floor = hn::Set(D16(), 16);
-    even = hn::SaturatedSub(even, floor);
-    odd = hn::SaturatedSub(odd, floor);
-    const V32 even_lo = times(lower(even), kWeights.luma), even_hi = times(upper(even), kWeights.luma);
-    const V32 odd_lo = times(lower(odd), kWeights.luma), odd_hi = times(upper(odd), kWeights.luma);
-    const auto channel = [&](V32 lo, V32 hi) {
-      return shiftRightJoinToUint8<4>(d_, addHighHalf(HighHalf(), even_lo, lo, even_hi, hi),
-                                      addHighHalf(HighHalf(), odd_lo, lo, odd_hi, hi));
+    const hn::RebindToSigned<D16> high;
+    const Wide wide_even = times(wideLanes(D16(), even), kWeights.luma);
+    const Wide wide_odd = times(wideLanes(D16(), odd), kWeights.luma);
+    const auto channel = [&](const Wide& term) HWY_ATTR {
+      return shiftRightNarrowPairs<4>(d_, addHighHalf(high, wide_even, term), addHighHalf(high, wide_odd, term));
     };
-    const auto red = channel(red_lo_, red_hi_);
-    const auto green = channel(green_lo_, green_hi_);
-    const auto blue = channel(blue_lo_, blue_hi_);
-    storeInterleaved3(d_, kRedFirst ? red : blue, green, kRedFirst ? blue : red, to);
+    const auto red = channel(red_);
+    const auto green = channel(green_);
+    const auto blue = channel(blue_);
+    storeInterleaved3<narrowedLane>(d_, kRedFirst ? red : blue, green, kRedFirst ? blue : red, to);
   }
 
  private:
-  using HighHalf = hn::RebindToSigned<D16>;
-
-  static HWY_INLINE V32 lower(hn::Vec<D16> v) { return hn::BitCast(D32(), widenLower(D16(), v)); }
-  static HWY_INLINE V32 upper(hn::Vec<D16> v) { return hn::BitCast(D32(), widenUpper(D16(), v)); }
-  static HWY_INLINE V32 times(V32 v, int32_t weight) { return hn::Mul(v, hn::Set(D32(), weight)); }
+  static HWY_INLINE Wide times(const Wide& v, int32_t weight) {
+    return {hn::Mul(v.first, hn::Set(D32(), weight)), hn::Mul(v.second, hn::Set(D32(), weight))};
+  }
+  static HWY_INLINE Wide plus(const Wide& v, int32_t constant) {
+    return {hn::Add(v.first, hn::Set(D32(), constant)), hn::Add(v.second, hn::Set(D32(), constant))};
+  }
 
   [[no_unique_address]] D d_;
-  V32 red_lo_, red_hi_, green_lo_, green_hi_, blue_lo_, blue_hi_;
+  Wide red_, green_, blue_;
 };
 
 }  // namespace tamix

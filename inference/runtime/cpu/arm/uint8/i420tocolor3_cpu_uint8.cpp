@@ -25,10 +25,12 @@ void convertRows(Plane<const uint8_t> y, Chroma chroma, Plane<uint8_t> dst, size
         const hn::RepartitionToWide<decltype(d)> wide;
         const ChromaTerms<kWeights, decltype(d)> terms(d, hn::PromoteTo(wide, hn::LoadU(half, chroma.u + x / 2)),
                                                        hn::PromoteTo(wide, hn::LoadU(half, chroma.v + x / 2)));
-        for (int r = 0; r < kRows; ++r) {
-          const auto luma = hn::LoadU(d, y.row(r) + x);
+        const auto row = [&](int r) HWY_ATTR {
+          const auto luma = hn::SaturatedSub(hn::LoadU(d, y.row(r) + x), hn::Set(d, 16));
           terms.template store<kRedFirst>(evenBytes(d, luma), oddBytes(d, luma), dst.row(r) + 3 * x);
-        }
+        };
+        row(0);
+        if constexpr (kRows == 2) row(1);
       },
       [&](size_t x) {
         for (int r = 0; r < kRows; ++r) {

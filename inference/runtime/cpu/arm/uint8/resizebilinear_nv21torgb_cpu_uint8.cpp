@@ -201,10 +201,11 @@ void convertRows(const Block<D, kWindow>* blocks, const BlendedRows& rows, Plane
     const B& block = *blocks++;
     const Fetch<D, kWindow> chroma(d, rows.chroma + block.chroma_start);
     const ChromaTerms<kWeights, D> terms(d, samples(chroma, block, B::kU), samples(chroma, block, B::kV));
-    for (int r = 0; r < kRows; ++r) {
+    const auto row = [&](int r) HWY_ATTR {
       const Fetch<D, kWindow> luma(d, rows.luma[r] + block.luma_start);
-      const auto even = samples(luma, block, B::kEven);
-      const auto odd = samples(luma, block, B::kOdd);
+      const auto black = hn::Set(hn::RepartitionToWide<D>(), 16);
+      const auto even = hn::SaturatedSub(samples(luma, block, B::kEven), black);
+      const auto odd = hn::SaturatedSub(samples(luma, block, B::kOdd), black);
       if (width - x >= B::kLanes) {
         terms.template store<kRedFirst>(even, odd, dst.row(r) + 3 * x);
       } else {
@@ -212,7 +213,9 @@ void convertRows(const Block<D, kWindow>* blocks, const BlendedRows& rows, Plane
         terms.template store<kRedFirst>(even, odd, pixels);
         std::memcpy(dst.row(r) + 3 * x, pixels, 3 * (width - x));
       }
-    }
+    };
+    row(0);
+    if constexpr (kRows == 2) row(1);
   }
 }
 

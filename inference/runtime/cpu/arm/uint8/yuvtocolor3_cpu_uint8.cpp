@@ -31,17 +31,19 @@ HWY_INLINE void convertBlock(D d, Plane<const uint8_t> y, const uint8_t* uv, Pla
   const auto red = hn::Add(times(v, 51), half);
   const auto green = hn::Sub(half, hn::Add(times(u, 13), times(v, 26)));
   const auto blue = hn::Add(times(u, 65), half);
-  for (int r = 0; r < 2; ++r) {
+  const auto row = [&](int r) HWY_ATTR {
     const auto luma = hn::SaturatedSub(hn::LoadU(d, y.row(r) + x), hn::Set(d, 16));
-    const auto even = times(hn::BitCast(d16, evenBytes(d, luma)), 37);
-    const auto odd = times(hn::BitCast(d16, oddBytes(d, luma)), 37);
+    const auto even = hn::BitCast(d16, evenBytesTimes(d, luma, 37));
+    const auto odd = hn::BitCast(d16, oddBytesTimes(d, luma, 37));
     const auto channel = [&](auto term)
-                             HWY_ATTR { return shiftRightJoinToUint8<5>(d, hn::Add(even, term), hn::Add(odd, term)); };
+                             HWY_ATTR { return shiftRightNarrowPairs<5>(d, hn::Add(even, term), hn::Add(odd, term)); };
     const auto red8 = channel(red);
     const auto green8 = channel(green);
     const auto blue8 = channel(blue);
-    storeInterleaved3(d, kRedFirst ? red8 : blue8, green8, kRedFirst ? blue8 : red8, dst.row(r) + 3 * x);
-  }
+    storeInterleaved3<narrowedLane>(d, kRedFirst ? red8 : blue8, green8, kRedFirst ? blue8 : red8, dst.row(r) + 3 * x);
+  };
+  row(0);
+  row(1);
 }
 
 // One pixel:
