@@ -17,7 +17,7 @@ struct Chroma {
 
 // kRows rows of one chroma row.
 template <bool kRedFirst, int kRows>
-void convertRows(Plane<const uint8_t> y, Chroma chroma, Plane<uint8_t> dst, size_t width) {
+HWY_FLATTEN void convertRows(Plane<const uint8_t> y, Chroma chroma, Plane<uint8_t> dst, size_t width) {
   walkRow<uint8_t, 16>(
       width,
       [&](auto d, size_t x) HWY_ATTR {

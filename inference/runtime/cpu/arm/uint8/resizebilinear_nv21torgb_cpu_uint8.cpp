@@ -172,7 +172,7 @@ void planBlock(const Axis& columns, const Frame& src, int32_t dst_width, int64_t
 }
 
 // A row between two rows of n bytes.
-void blendRows(Plane<const uint8_t> src, const Neighbours& rows, size_t n, uint8_t* HWY_RESTRICT out) {
+HWY_FLATTEN void blendRows(Plane<const uint8_t> src, const Neighbours& rows, size_t n, uint8_t* HWY_RESTRICT out) {
   const uint8_t* const a = src.row(rows.first);
   const uint8_t* const b = src.row(rows.second);
   walkRow<uint8_t, 16>(
@@ -190,7 +190,7 @@ struct BlendedRows {
 
 // Blends and converts the pixels of kRows destination rows.
 template <bool kRedFirst, int kRows, class D, size_t kWindow>
-void convertRows(const Block<D, kWindow>* blocks, const BlendedRows& rows, Plane<uint8_t> dst, size_t width) {
+HWY_FLATTEN void convertRows(const Block<D, kWindow>* blocks, const BlendedRows& rows, Plane<uint8_t> dst, size_t width) {
   using B = Block<D, kWindow>;
   const D d;
   const auto samples = [&](const Fetch<D, kWindow>& fetch, const B& block, typename B::Samples which) HWY_ATTR {
@@ -206,13 +206,11 @@ void convertRows(const Block<D, kWindow>* blocks, const BlendedRows& rows, Plane
       const auto black = hn::Set(hn::RepartitionToWide<D>(), 16);
       const auto even = hn::SaturatedSub(samples(luma, block, B::kEven), black);
       const auto odd = hn::SaturatedSub(samples(luma, block, B::kOdd), black);
-      if (width - x >= B::kLanes) {
-        terms.template store<kRedFirst>(even, odd, dst.row(r) + 3 * x);
-      } else {
-        uint8_t pixels[3 * B::kLanes];
-        terms.template store<kRedFirst>(even, odd, pixels);
-        std::memcpy(dst.row(r) + 3 * x, pixels, 3 * (width - x));
-      }
+      uint8_t pixels[3 * B::kLanes];
+      const bool whole = width - x >= B::kLanes;
+      uint8_t* const to = dst.row(r) + 3 * x;
+      terms.template store<kRedFirst>(even, odd, whole ? to : pixels);
+      if (!whole) std::memcpy(to, pixels, 3 * (width - x));
     };
     row(0);
     if constexpr (kRows == 2) row(1);
@@ -259,9 +257,10 @@ bool resize(const Frame& src, const Picture& dst) {
 #if HWY_TARGET == HWY_AVX3_DL
   if (fits(64, 128)) return resizeInBlocks<kRedFirst, hn::CappedTag<uint8_t, 64>, 128>(src, dst, columns);
   if (fits(32, 128)) return resizeInBlocks<kRedFirst, hn::CappedTag<uint8_t, 32>, 128>(src, dst, columns);
-#endif
+#else
   if (fits(16, 32)) return resizeInBlocks<kRedFirst, Small, 32>(src, dst, columns);
   if (fits(16, 64)) return resizeInBlocks<kRedFirst, Small, 64>(src, dst, columns);
+#endif
   if (fits(16, 128)) return resizeInBlocks<kRedFirst, Small, 128>(src, dst, columns);
   return resizeInBlocks<kRedFirst, Small, 0>(src, dst, columns);
 }
