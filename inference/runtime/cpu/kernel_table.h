@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "inference/runtime/cpu/arm/fp32/convertscaleabs_cpu_fp32.h"
+#include "inference/runtime/cpu/arm/fp32/getperspectivetrans_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/meanfilter_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/rectcut_cpu_fp32.h"
@@ -23,9 +24,12 @@
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/merge_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/remap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/split_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/warpaffine_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/warpperspective_cpu_int8.h"
 #include "tamix/kernels.h"
 
 namespace tamix {
@@ -70,15 +74,15 @@ struct KernelTable {
   const void* entry_35 = nullptr;  // 35 LABToRGBCPUUINT8
   const void* entry_36 = nullptr;  // 36 color3ToGRAYCPUUINT8
   const void* entry_37 = nullptr;  // 37 color4ToGRAYCPUUINT8
-  const void* entry_38 = nullptr;  // 38 warpAffineCPUUINT8
+  decltype(&tamix::warpAffineCPUUINT8) warpAffineCPUUINT8 = &tamix::warpAffineCPUUINT8;  // 38
   decltype(&tamix::rectCutCPUUINT8) rectCutCPUUINT8 = &tamix::rectCutCPUUINT8;  // 39
   const void* entry_40 = nullptr;  // 40 erodeCPUUINT8
   const void* entry_41 = nullptr;  // 41 dilateCPUUINT8
   const void* entry_42 = nullptr;  // 42 getStructuringElementCPUUINT8
   const void* entry_43 = nullptr;  // 43 morphologyExCPUUINT8
   decltype(&tamix::thresholdCPUUINT8) thresholdCPUUINT8 = &tamix::thresholdCPUUINT8;  // 44
-  const void* entry_45 = nullptr;  // 45 remapCPUUINT8
-  const void* entry_46 = nullptr;  // 46 warpPerspectiveCPUUINT8
+  decltype(&tamix::remapCPUUINT8) remapCPUUINT8 = &tamix::remapCPUUINT8;  // 45
+  decltype(&tamix::warpPerspectiveCPUUINT8) warpPerspectiveCPUUINT8 = &tamix::warpPerspectiveCPUUINT8;  // 46
   const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
   const void* entry_48 = nullptr;  // 48 color4ToColor3CPUUINT8
   decltype(&tamix::vconcatCPUUINT8) vconcatCPUUINT8 = &tamix::vconcatCPUUINT8;  // 49
@@ -107,7 +111,7 @@ struct KernelTable {
   decltype(&tamix::normalizationCPUFLOAT32) normalizationCPUFLOAT32 = &tamix::normalizationCPUFLOAT32;  // 72
   decltype(&tamix::rectCutCPUFLOAT32) rectCutCPUFLOAT32 = &tamix::rectCutCPUFLOAT32;  // 73
   decltype(&tamix::splitCPUFLOAT32) splitCPUFLOAT32 = &tamix::splitCPUFLOAT32;  // 74
-  const void* entry_75 = nullptr;  // 75 getPerspectiveTransformCPUFLOAT32
+  decltype(&tamix::getPerspectiveTransformCPUFLOAT32) getPerspectiveTransformCPUFLOAT32 = &tamix::getPerspectiveTransformCPUFLOAT32;  // 75
 };
 static_assert(sizeof(KernelTable) == 76 * sizeof(void*));
 

@@ -74,4 +74,40 @@ HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D>> saturateToUint8(D d, V v) {
   return hn::U8FromU32(hn::BitCast(hn::RebindToUnsigned<D>(), whole));
 }
 
+// Magnitudes below 2^31, and NaN, which gives an integer whose low byte is 0. Cheaper than the total conversions above.
+// Truncated toward zero.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateInRange(D d, V v) {
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) return hn::Vec<hn::RebindToSigned<D>>{_mm512_cvttps_epi32(v.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(V) == 32) return hn::Vec<hn::RebindToSigned<D>>{_mm256_cvttps_epi32(v.raw)};
+#endif
+#if HWY_TARGET <= HWY_SSSE3
+  if constexpr (sizeof(V) == 16) return hn::Vec<hn::RebindToSigned<D>>{_mm_cvttps_epi32(v.raw)};
+#endif
+  return truncateToInt32(d, v);
+}
+
+// Rounded to the nearest integer, ties to even.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundInRange(D d, V v) {
+#if HWY_TARGET == HWY_NEON
+  (void)d;
+  return hn::NearestInt(v);
+#else
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) return hn::Vec<hn::RebindToSigned<D>>{_mm512_cvtps_epi32(v.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(V) == 32) return hn::Vec<hn::RebindToSigned<D>>{_mm256_cvtps_epi32(v.raw)};
+#endif
+#if HWY_TARGET <= HWY_SSSE3
+  if constexpr (sizeof(V) == 16) return hn::Vec<hn::RebindToSigned<D>>{_mm_cvtps_epi32(v.raw)};
+#endif
+  return roundToInt32(d, v);
+#endif
+}
+
 }  // namespace tamix
