@@ -47,7 +47,15 @@ class ByteWindow {
   // Indices with the top bit give 0; the others must be below 16 * kBlocks.
   HWY_INLINE hn::Vec<D> lookupOr0(hn::Vec<D> index) const {
 #if HWY_TARGET == HWY_AVX3_DL
-    if constexpr (kWhole) return hn::IfThenZeroElse(hn::MaskFromVec(index), permute(index));
+    if constexpr (kWhole && kLanes == 64) {
+      const __mmask64 inside = ~_mm512_movepi8_mask(index.raw);
+      if constexpr (kVectors == 1) return hn::Vec<D>{_mm512_maskz_permutexvar_epi8(inside, index.raw, vectors_[0].raw)};
+      if constexpr (kVectors == 2) {
+        return hn::Vec<D>{_mm512_maskz_permutex2var_epi8(inside, vectors_[0].raw, index.raw, vectors_[1].raw)};
+      }
+    } else if constexpr (kWhole) {
+      return hn::IfThenZeroElse(hn::MaskFromVec(index), permute(index));
+    }
 #endif
     return lookup(index);
   }

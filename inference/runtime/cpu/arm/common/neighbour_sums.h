@@ -62,7 +62,6 @@ class NeighbourSums {
   }
 
   size_t blocks() const { return blocks_; }
-  const uint8_t* prepare(const uint8_t* row) { return lookup_.prepare(row); }
 
   // Calls f with the constant that sums() takes.
   template <class F>
@@ -72,13 +71,13 @@ class NeighbourSums {
 
   // The sums of elements block * kBlock on.
   template <size_t kWindow, Pixels kPixels>
-  HWY_INLINE auto sums(const uint8_t* prepared_row, size_t block) const {
+  HWY_INLINE auto sums(const uint8_t* row, size_t block) const {
     const D d;
 #if HWY_TARGET == HWY_NEON
     using V = hn::Vec<hn::Repartition<uint16_t, D>>;
-    if constexpr (kWindow == 0) return oneByOne<hn::Repartition<uint16_t, D>, false>(prepared_row, block);
+    if constexpr (kWindow == 0) return oneByOne<hn::Repartition<uint16_t, D>, false>(row, block);
     if constexpr (kWindow != 0) {
-      const auto window = lookup_.window<kWindow>(d, prepared_row, block);
+      const auto window = lookup_.window<kWindow>(d, row, block);
       const uint8_t* const index = lookup_.index(block);
       const uint8_t* const weights = weight_pairs_ + block * kIndexBytes;
       const uint8x16_t a = window.lookup(hn::Load(d, index)).raw;
@@ -91,10 +90,10 @@ class NeighbourSums {
 #else
     const hn::RebindToSigned<D> di;
     using D16 = std::conditional_t<kPixels == Pixels::kFlipped, hn::Repartition<int16_t, D>, hn::Repartition<uint16_t, D>>;
-    if constexpr (kWindow == 0) return oneByOne<D16, kPixels == Pixels::kFlipped>(prepared_row, block);
+    if constexpr (kWindow == 0) return oneByOne<D16, kPixels == Pixels::kFlipped>(row, block);
     if constexpr (kWindow != 0) {
       const auto half = [&](size_t k) {
-        const auto pixels = lookup_.window<kWindow>(d, prepared_row, k).lookup(hn::Load(d, lookup_.index(k)));
+        const auto pixels = lookup_.window<kWindow>(d, row, k).lookup(hn::Load(d, lookup_.index(k)));
         const auto weights = hn::Load(d, weight_pairs_ + k * kIndexBytes);
         if constexpr (kPixels == Pixels::kFlipped) {
           return multiplyAddPairs(D16(), weights, hn::BitCast(di, pixels));

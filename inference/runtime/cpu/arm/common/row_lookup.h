@@ -1,7 +1,6 @@
 // Tables that fetch scattered bytes of a row: a load, a whole-window permute and a store for a vector of results.
 #pragma once
 
-#include <cstring>
 #include <type_traits>
 
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
@@ -40,7 +39,7 @@ class RowLookup {
     }
     window_ = smallestWindow(span);
     if (window_ == 0) return;
-    const size_t last_start = row_bytes_ > window_ ? row_bytes_ - window_ : 0;
+    const size_t last_start = row_bytes_ - window_;
     for (size_t k = 0; k < blocks_; ++k) {
       start_[k] = std::min(start_[k], last_start);
       for (size_t i = 0; i < per_block; ++i) {
@@ -52,7 +51,7 @@ class RowLookup {
   size_t blocks() const { return blocks_; }
 
   // Calls f with the number of 16-byte blocks of the windows as a constant: what ByteWindow takes, or 0 where the positions of
-  // a block lie too far apart for any window.
+  // a block lie too far apart for any window, or the row is shorter than one.
   template <class F>
   void withWindow(const F& f) const {
     switch (window_) {
@@ -74,16 +73,10 @@ class RowLookup {
     }
   }
 
-  // The row as window() and scalar code read it: a row shorter than a window has to be copied first. Valid until the next call.
-  const uint8_t* prepare(const uint8_t* row) {
-    if (row_bytes_ >= window_) return row;
-    std::memcpy(short_row_, row, row_bytes_);
-    return short_row_;
-  }
-
+  // Block k's window of a row.
   template <size_t kBlocks, class D>
-  HWY_INLINE ByteWindow<D, kBlocks> window(D d, const uint8_t* prepared_row, size_t k) const {
-    return ByteWindow<D, kBlocks>(d, prepared_row + start_[k]);
+  HWY_INLINE ByteWindow<D, kBlocks> window(D d, const uint8_t* row, size_t k) const {
+    return ByteWindow<D, kBlocks>(d, row + start_[k]);
   }
   HWY_INLINE const uint8_t* index(size_t k) const { return index_ + k * index_bytes_; }
 
@@ -105,9 +98,9 @@ class RowLookup {
     return r;
   }
 
-  static size_t smallestWindow(size_t span) {
+  size_t smallestWindow(size_t span) const {
     for (const size_t window : {size_t{16}, size_t{32}, size_t{48}, size_t{64}, kMostWindow}) {
-      if (span <= window && (kNarrowWindows || window >= 64)) return window;
+      if (span <= window && window <= row_bytes_ && (kNarrowWindows || window >= 64)) return window;
     }
     return 0;
   }
@@ -118,7 +111,6 @@ class RowLookup {
   size_t index_bytes_;
   size_t row_bytes_;
   size_t window_ = 0;
-  uint8_t short_row_[kMostWindow] = {};
 };
 
 }  // namespace tamix

@@ -28,17 +28,21 @@ int32_t resizeAreaCPUFLOAT32(const float* src, int32_t src_height, int32_t src_w
   }
   if (dst_height < 1 || dst_width < 1) return TAMIX_OK;
 
-  using Columns = AreaColumns<float>;
+  const double scale_y = areaScale(src_height, dst_height);
   const size_t n = rowElements(dst_width, channels);
-  const size_t padded = Columns::blocks(n) * Columns::kLanes;
-  ScratchParts scratch(Columns::room(n, areaScale(src_width, dst_width)) + ScratchParts::room<float>(padded));
+  ScratchParts scratch(AreaColumns<float>::room(n, areaScale(src_width, dst_width)) + AreaRows<float>::room(n, scale_y));
   TAMIX_REQUIRE(scratch, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  Columns columns(scratch, src_width, dst_width, channels);
-  float* const carry = scratch.take<float>(padded);
+  const AreaColumns<float> columns(scratch, src_width, dst_width, channels);
+  const AreaRows<float> rows(scratch, n, scale_y);
   const Plane<float> to = plane(dst, dst_stride, channels);
   for (const int32_t b : {0, 1}) {
-    averageBand(areaBand(b, src_height, dst_height), areaScale(src_height, dst_height), plane(src, src_stride, channels),
-                columns, carry, [&](int32_t y, size_t e, auto v) HWY_ATTR { storeSome(v, to.row(y) + e, n - e); });
+    rows.average(areaBand(b, src_height, dst_height), plane(src, src_stride, channels), columns,
+                 [&](int32_t y, size_t e, auto first, auto second) HWY_ATTR {
+                   storeSome(first, to.row(y) + e, n - e);
+                   if (n - e > AreaColumns<float>::kLanes) {
+                     storeSome(second, to.row(y) + e + AreaColumns<float>::kLanes, n - e - AreaColumns<float>::kLanes);
+                   }
+                 });
   }
   return TAMIX_OK;
 }

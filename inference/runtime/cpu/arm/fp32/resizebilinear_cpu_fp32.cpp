@@ -45,12 +45,12 @@ class Columns {
   }
 
   // h[e] = a + w * (b - a), whole vectors.
-  void blend(const float* row, float* HWY_RESTRICT h) {
-    const uint8_t* const prepared = lookup_.prepare(reinterpret_cast<const uint8_t*>(row));
+  void blend(const float* row, float* HWY_RESTRICT h) const {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(row);
     lookup_.withWindow([&](auto window) HWY_ATTR {
       const D d;
       for (size_t k = 0; k < blocks_; ++k) {
-        const auto [a, b] = neighbours<window()>(prepared, k);
+        const auto [a, b] = neighbours<window()>(bytes, k);
         const auto change = hn::Mul(hn::Load(d, weight_ + k * kLanes), hn::Sub(b, a));
         hn::Store(hn::Add(a, change), d, h + k * kLanes);
       }
@@ -65,20 +65,20 @@ class Columns {
   };
 
   template <size_t kWindow>
-  HWY_INLINE Neighbours neighbours(const uint8_t* prepared, size_t k) const {
+  HWY_INLINE Neighbours neighbours(const uint8_t* row, size_t k) const {
     const D d;
     if constexpr (kWindow == 0) {
       alignas(64) float a[kLanes];
       alignas(64) float b[kLanes];
       for (size_t i = 0; i < kLanes; ++i) {
-        const uint8_t* const first = prepared + position_[k * kLanes + i];
+        const uint8_t* const first = row + position_[k * kLanes + i];
         std::memcpy(a + i, first, sizeof(float));
         std::memcpy(b + i, first + step_ * sizeof(float), sizeof(float));
       }
       return {hn::Load(d, a), hn::Load(d, b)};
     } else {
       const hn::Repartition<uint8_t, D> d8;
-      const auto window = lookup_.window<kWindow>(d8, prepared, k);
+      const auto window = lookup_.window<kWindow>(d8, row, k);
       const auto index = hn::Load(d8, lookup_.index(k));
       const auto step = hn::Set(d8, static_cast<uint8_t>(step_ * sizeof(float)));
       return {hn::BitCast(d, window.lookup(index)), hn::BitCast(d, window.lookup(hn::Add(index, step)))};
@@ -110,7 +110,7 @@ int32_t resizeBilinearCPUFLOAT32(const float* src, int32_t src_height, int32_t s
   const size_t n = rowElements(dst_width, channels);
   ScratchParts scratch(Columns::room(n) + 2 * ScratchParts::room<float>(paddedTo(n)));
   TAMIX_REQUIRE(scratch, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  Columns columns(scratch, BilinearAxis(src_width, dst_width), src_width, dst_width, channels);
+  const Columns columns(scratch, BilinearAxis(src_width, dst_width), src_width, dst_width, channels);
   float* const first = scratch.take<float>(paddedTo(n));
   RowPair<float> rows(first, scratch.take<float>(paddedTo(n)));
 

@@ -58,12 +58,11 @@ NeighbourSums columnsInSixteenths(const Resize& r, ScratchParts& scratch) {
 }
 
 // Columns of one source row.
-void blendColumns(NeighbourSums& columns, const uint8_t* row, uint16_t* HWY_RESTRICT h) {
-  const uint8_t* const prepared = columns.prepare(row);
+void blendColumns(const NeighbourSums& columns, const uint8_t* row, uint16_t* HWY_RESTRICT h) {
   columns.withWindow([&](auto window) HWY_ATTR {
     const hn::ScalableTag<uint16_t> d16;
     for (size_t k = 0; k < columns.blocks(); ++k) {
-      const auto sums = columns.sums<window(), Pixels::kPlain>(prepared, k);
+      const auto sums = columns.sums<window(), Pixels::kPlain>(row, k);
       hn::Store(sums.first, d16, h + k * NeighbourSums::kBlock);
       hn::Store(sums.second, d16, h + k * NeighbourSums::kBlock + hn::Lanes(d16));
     }
@@ -83,7 +82,7 @@ void blendRows(const uint16_t* HWY_RESTRICT h0, const uint16_t* HWY_RESTRICT h1,
 
 void resizeInSixteenths(const Resize& r, ScratchParts& scratch) {
   if (isCopy(r)) return copyRows(r);
-  NeighbourSums columns = columnsInSixteenths(r, scratch);
+  const NeighbourSums columns = columnsInSixteenths(r, scratch);
   const size_t padded = r.dstElements() + NeighbourSums::kBlock;
   uint16_t* const first = scratch.take<uint16_t>(padded);
   RowPair<uint16_t> rows(first, scratch.take<uint16_t>(padded));
@@ -153,11 +152,10 @@ void blendRowsIn128ths(const uint8_t* s0, const uint8_t* s1, uint8_t w0, size_t 
 }
 
 // Columns of one blended row.
-void blendColumnsIn128ths(NeighbourSums& columns, const uint8_t* row, size_t n, uint8_t* HWY_RESTRICT out) {
-  const uint8_t* const prepared = columns.prepare(row);
+void blendColumnsIn128ths(const NeighbourSums& columns, const uint8_t* row, size_t n, uint8_t* HWY_RESTRICT out) {
   columns.withWindow([&](auto window) HWY_ATTR {
     writeRow(out, n, [&](auto d, size_t i) HWY_ATTR {
-      const auto sums = columns.sums<window(), Pixels::kFlipped>(prepared, i / NeighbourSums::kBlock);
+      const auto sums = columns.sums<window(), Pixels::kFlipped>(row, i / NeighbourSums::kBlock);
 #if HWY_TARGET == HWY_NEON
       return roundShiftRightNarrowToUint8<7>(d, sums.first, sums.second);
 #else
@@ -215,7 +213,7 @@ Band bandOf(int64_t index, int64_t bands, int64_t height) {
 }
 
 // One band, resampled as an image of its own. A band without source rows takes the image's last row.
-void resizeBand(const Resize& r, const Band& from, const Band& to, NeighbourSums& columns, uint8_t* blended) {
+void resizeBand(const Resize& r, const Band& from, const Band& to, const NeighbourSums& columns, uint8_t* blended) {
   const float scale = static_cast<float>(from.count) / static_cast<float>(to.count);
   const float half = scale * 0.5f;
   const float off = half - 0.5f;
@@ -238,7 +236,7 @@ int32_t resizeBilinearChannelImp(const Resize& r, int32_t num_threads) {
   ScratchParts scratch(NeighbourSums::room(r.dstElements()) +
                        ScratchParts::room<uint8_t>(r.srcElements() + NeighbourSums::kBlock));
   TAMIX_REQUIRE(scratch, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  NeighbourSums columns = columnsIn128ths(r, scratch);
+  const NeighbourSums columns = columnsIn128ths(r, scratch);
   uint8_t* const blended = scratch.take<uint8_t>(r.srcElements() + NeighbourSums::kBlock);
   // Bands beyond the number of rows have none.
   for (int64_t b = 0; b < std::min<int64_t>(bands, r.dst_height); ++b) {

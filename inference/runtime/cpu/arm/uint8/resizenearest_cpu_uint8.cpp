@@ -48,15 +48,14 @@ class Columns {
     lookup_.build(position_, kLanes, 1, [](uint8_t* index, size_t i, uint8_t offset) { index[i] = offset; });
   }
 
-  void copy(const uint8_t* row, uint8_t* HWY_RESTRICT out) {
-    const uint8_t* const prepared = lookup_.prepare(row);
+  void copy(const uint8_t* row, uint8_t* HWY_RESTRICT out) const {
     lookup_.withWindow([&](auto window) HWY_ATTR {
       if constexpr (window() == 0) {
-        for (size_t e = 0; e < n_; ++e) out[e] = prepared[position_[e]];
+        for (size_t e = 0; e < n_; ++e) out[e] = row[position_[e]];
       } else {
         writeRow(out, n_, [&](auto d, size_t i) HWY_ATTR {
           const size_t k = i / kLanes;
-          return lookup_.window<window()>(d, prepared, k).lookup(hn::Load(d, lookup_.index(k)));
+          return lookup_.window<window()>(d, row, k).lookup(hn::Load(d, lookup_.index(k)));
         });
       }
     });
@@ -82,7 +81,7 @@ int32_t resizeNearestIntrinsic(const Resize& r) {
   const size_t n = rowElements(r.dst_width, r.channels);
   ScratchParts scratch(Columns::room(n));
   TAMIX_REQUIRE(scratch, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  Columns columns(scratch, r.src_width, r.dst_width, r.channels);
+  const Columns columns(scratch, r.src_width, r.dst_width, r.channels);
   const NearestAxis axis(r.src_height, r.dst_height);
   ptrdiff_t previous = -1;
   for (int32_t y = 0; y < r.dst_height; ++y) {
