@@ -68,6 +68,16 @@ TEST(FloatToInt, ConvertsWithArmSemantics) {
   }
 }
 
+TEST(FloatToInt, RoundsHalvesUp) {
+  std::vector<float> in;
+  for (int32_t i = 0; i < 4096; ++i) {
+    const float half = static_cast<float>(i) / 8.0f;
+    in.insert(in.end(), {half, std::nextafter(half, 1e6f), i == 0 ? half : std::nextafter(half, 0.0f), half + 0.0625f});
+  }
+  const auto rounded = convertAll(in, [](auto d, auto v) { return roundHalfUpToInt32(d, v); });
+  for (size_t i = 0; i < in.size(); ++i) ASSERT_EQ(static_cast<int32_t>(rounded[i]), std::lround(in[i])) << in[i];
+}
+
 // The estimate as the architecture writes it down, with integers only.
 uint32_t estimateModel(uint32_t bits) {
   const uint32_t sign = bits & 0x80000000u;
@@ -181,6 +191,51 @@ TEST(FixedPoint, WidensAndNarrowsInOrderForEveryValue) {
   }
 }
 
+TEST(FixedPoint, NarrowsConsecutiveVectorsInOrder) {
+  const hn::ScalableTag<uint8_t> d;
+  const hn::ScalableTag<int8_t> di;
+  const hn::ScalableTag<uint16_t> d16;
+  const hn::ScalableTag<int16_t> di16;
+  const size_t n = hn::Lanes(d);
+  std::vector<uint16_t> words(n);
+  std::vector<uint8_t> high(n);
+  std::vector<int8_t> saturated(n);
+  for (uint32_t start = 0; start + n <= 65408; start += static_cast<uint32_t>(n)) {
+    for (size_t i = 0; i < n; ++i) words[i] = static_cast<uint16_t>(start + i);
+    const auto first = hn::LoadU(d16, words.data());
+    const auto second = hn::LoadU(d16, words.data() + n / 2);
+    hn::StoreU(roundedHighBytes(d, first, second), d, high.data());
+    const auto narrow = narrowToInt8(di, hn::BitCast(di16, first), hn::BitCast(di16, second));
+    hn::StoreU(narrowedInOrder(di, narrow), di, saturated.data());
+    for (size_t i = 0; i < n; ++i) {
+      ASSERT_EQ(high[i], (words[i] + 128) >> 8) << words[i];
+      ASSERT_EQ(saturated[i], std::clamp<int32_t>(static_cast<int16_t>(words[i]), -128, 127)) << words[i];
+    }
+  }
+}
+
+TEST(FixedPoint, MultipliesUnsignedBySignedBytesAndAddsPairs) {
+  const hn::ScalableTag<uint8_t> d;
+  const hn::ScalableTag<int8_t> di;
+  const hn::ScalableTag<int16_t> d16;
+  const size_t n = hn::Lanes(d);
+  std::mt19937 random(11);
+  std::vector<uint8_t> u(n);
+  std::vector<int8_t> s(n);
+  std::vector<int16_t> sums(n / 2);
+  for (int round = 0; round < 2000; ++round) {
+    // Weights that add up to 128, on either side.
+    for (size_t i = 0; i < n; i += 2) {
+      u[i] = static_cast<uint8_t>(random() % 129);
+      u[i + 1] = static_cast<uint8_t>(128 - u[i]);
+      s[i] = static_cast<int8_t>(random());
+      s[i + 1] = round % 2 == 0 ? int8_t{-128} : static_cast<int8_t>(random());
+    }
+    hn::StoreU(multiplyAddPairs(d16, hn::LoadU(d, u.data()), hn::LoadU(di, s.data())), d16, sums.data());
+    for (size_t i = 0; i < n / 2; ++i) ASSERT_EQ(sums[i], u[2 * i] * s[2 * i] + u[2 * i + 1] * s[2 * i + 1]);
+  }
+}
+
 template <size_t kBlocks, class D>
 void expectLookup(D d) {
   std::mt19937 random(3);
@@ -191,6 +246,9 @@ void expectLookup(D d) {
     const ByteWindow<D, kBlocks> bytes(d, window.data());
     hn::StoreU(bytes.lookup(hn::LoadU(d, index.data())), d, out.data());
     for (size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], window[index[i]]);
+    for (size_t i = 0; i < index.size(); i += 3) index[i] = static_cast<uint8_t>(128 + random() % 128);
+    hn::StoreU(bytes.lookupOr0(hn::LoadU(d, index.data())), d, out.data());
+    for (size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], index[i] < 128 ? window[index[i]] : 0);
   }
 }
 

@@ -28,46 +28,56 @@ inline uint8x16_t meansOfSquares(uint8x16_t upper0, uint8x16_t upper1, uint8x16_
   return vrshrn_high_n_u16(vrshrn_n_u16(first, 2), second, 2);
 }
 
-// 16 pixels; channels are split by the loads and merged by the store.
+// 16 pixels; channels are split by the loads and merged by the store. The pointers move on.
 template <size_t kChannels>
-HWY_INLINE void halve16(const uint8_t* upper, const uint8_t* lower, uint8_t* out) {
+HWY_INLINE void halve16(const uint8_t*& upper, const uint8_t*& lower, uint8_t*& out) {
+  constexpr size_t kStep = 16 * kChannels;
+  const auto next = [](const uint8_t*& from) {
+    const uint8_t* const at = from;
+    from += kStep;
+    return at;
+  };
   const auto means = [](const auto& a, const auto& b, const auto& c, const auto& d, auto& result) {
     for (size_t k = 0; k < kChannels; ++k) result.val[k] = meansOfSquares(a.val[k], b.val[k], c.val[k], d.val[k]);
   };
+  const uint8_t* const u[2] = {next(upper), next(upper)};
+  const uint8_t* const l[2] = {next(lower), next(lower)};
   if constexpr (kChannels == 1) {
-    vst1q_u8(out, meansOfSquares(vld1q_u8(upper), vld1q_u8(upper + 16), vld1q_u8(lower), vld1q_u8(lower + 16)));
+    vst1q_u8(out, meansOfSquares(vld1q_u8(u[0]), vld1q_u8(u[1]), vld1q_u8(l[0]), vld1q_u8(l[1])));
   } else if constexpr (kChannels == 2) {
     uint8x16x2_t result;
-    means(vld2q_u8(upper), vld2q_u8(upper + 32), vld2q_u8(lower), vld2q_u8(lower + 32), result);
+    means(vld2q_u8(u[0]), vld2q_u8(u[1]), vld2q_u8(l[0]), vld2q_u8(l[1]), result);
     vst2q_u8(out, result);
   } else if constexpr (kChannels == 3) {
     uint8x16x3_t result;
-    means(vld3q_u8(upper), vld3q_u8(upper + 48), vld3q_u8(lower), vld3q_u8(lower + 48), result);
+    means(vld3q_u8(u[0]), vld3q_u8(u[1]), vld3q_u8(l[0]), vld3q_u8(l[1]), result);
     vst3q_u8(out, result);
   } else {
     uint8x16x4_t result;
-    means(vld4q_u8(upper), vld4q_u8(upper + 64), vld4q_u8(lower), vld4q_u8(lower + 64), result);
+    means(vld4q_u8(u[0]), vld4q_u8(u[1]), vld4q_u8(l[0]), vld4q_u8(l[1]), result);
     vst4q_u8(out, result);
   }
+  out += kStep;
 }
 
 // `width` pixels of 1 to 4 channels; both rows have twice as many. The last vector may overlap the one before it.
 template <size_t kChannels>
-void halveRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, size_t width, uint8_t* HWY_RESTRICT out) {
+void halveRow(const uint8_t* upper, const uint8_t* lower, size_t width, uint8_t* out) {
   if (width < 16) {
     for (size_t x = 0; x < width; ++x) meanOfSquare<kChannels>(upper, lower, x, out);
     return;
   }
-  const ptrdiff_t step = 16 * kChannels;
-  const ptrdiff_t last = static_cast<ptrdiff_t>((width - 16) * kChannels);
-  ptrdiff_t i = 0;
-  // Two at a time: the loop's own instructions are a good part of the work.
-  for (; i + step <= last; i += 2 * step) {
-    halve16<kChannels>(upper + 2 * i, lower + 2 * i, out + i);
-    halve16<kChannels>(upper + 2 * i + 2 * step, lower + 2 * i + 2 * step, out + i + step);
+  // Four at a time: the loop's own instructions are a good part of the work.
+  for (size_t n = width / 64; n > 0; --n) {
+    for (int k = 0; k < 4; ++k) halve16<kChannels>(upper, lower, out);
   }
-  if (i < last) halve16<kChannels>(upper + 2 * i, lower + 2 * i, out + i);
-  halve16<kChannels>(upper + 2 * last, lower + 2 * last, out + last);
+  for (size_t n = width % 64 / 16; n > 0; --n) halve16<kChannels>(upper, lower, out);
+  if (width % 16 == 0) return;
+  const size_t back = (16 - width % 16) * kChannels;
+  upper -= 2 * back;
+  lower -= 2 * back;
+  out -= back;
+  halve16<kChannels>(upper, lower, out);
 }
 
 #else

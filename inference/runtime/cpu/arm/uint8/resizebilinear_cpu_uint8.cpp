@@ -151,8 +151,8 @@ void blendRowsIn128ths(const uint8_t* s0, const uint8_t* s1, uint8_t w0, size_t 
   hn::Store(blend(d, hn::Load(d, last[0]), hn::Load(d, last[1])), d, out + i);
 }
 
-// Columns of one blended row.
-void blendColumnsIn128ths(const NeighbourSums& columns, const uint8_t* row, size_t n, uint8_t* HWY_RESTRICT out) {
+// Columns of one blended row. The tables come by value: bytes stored could be theirs otherwise.
+void blendColumnsIn128ths(NeighbourSums columns, const uint8_t* row, size_t n, uint8_t* HWY_RESTRICT out) {
   columns.withWindow([&](auto window) HWY_ATTR {
     writeRow(out, n, [&](auto d, size_t i) HWY_ATTR {
       const auto sums = columns.sums<window(), Pixels::kFlipped>(row, i / NeighbourSums::kBlock);

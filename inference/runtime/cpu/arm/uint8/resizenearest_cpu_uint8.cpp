@@ -49,13 +49,15 @@ class Columns {
   }
 
   void copy(const uint8_t* row, uint8_t* HWY_RESTRICT out) const {
-    lookup_.withWindow([&](auto window) HWY_ATTR {
+    // A copy: the bytes stored could be the table's own otherwise.
+    const RowLookup lookup = lookup_;
+    lookup.withWindow([&](auto window) HWY_ATTR {
       if constexpr (window() == 0) {
         for (size_t e = 0; e < n_; ++e) out[e] = row[position_[e]];
       } else {
         writeRow(out, n_, [&](auto d, size_t i) HWY_ATTR {
           const size_t k = i / kLanes;
-          return lookup_.window<window()>(d, row, k).lookup(hn::Load(d, lookup_.index(k)));
+          return lookup.window<window()>(d, row, k).lookup(hn::Load(d, lookup.index(k)));
         });
       }
     });
