@@ -47,6 +47,12 @@ void wrongChannel(TamixParams& p) {
   wrongSize(p);
 }
 
+void severalPlanes(TamixParams& p) {
+  p.input[0].format = Tamix_NV12;
+  p.input[0].height = p.output[0].height = 2;
+  p.input[0].data[1] = p.input[0].data[0];
+}
+
 TEST(GaussianFilterCPU, RefusesInOrder) {
   refuseAll(TAMIX_OP_GAUSSIAN_FILTER, "Gaussian", "runtime/cpu/op/gaussianfilter_cpu.cpp",
             {{"channel", wrongChannel, "Recieve unsupported input and output channel: 3, 1"},
@@ -58,14 +64,16 @@ TEST(GaussianFilterCPU, RefusesInOrder) {
                 wrongType(p);
               },
               "Recieve unsupported kernel size: -1"},
-             {"type", wrongType, "Recieve unsupported data type: 8"}});
+             {"type", wrongType, "Recieve unsupported data type: 8"},
+             {"planes", severalPlanes, "Recieve unsupported data format: 17 with 3 channels"}});
 }
 
 TEST(LaplacianFilterCPU, RefusesInOrder) {
   refuseAll(TAMIX_OP_LAPLACIAN_FILTER, "Laplacian", "runtime/cpu/op/laplacianfilter_cpu.cpp",
             {{"channel", wrongChannel, "Recieve unsupported input and output channel: 3, 1"},
              {"size", wrongSize, "Recieve unsupported input and output shape: (3, 12) and (2, 12)"},
-             {"type", wrongType, "Recieve unsupported data type: 8"}});
+             {"type", wrongType, "Recieve unsupported data type: 8"},
+             {"planes", severalPlanes, "Recieve unsupported data format: 17 with 3 channels"}});
 }
 
 TEST(GaussianFilterCPU, KeepsItsKernelOnceSetAndIgnoresScale) {

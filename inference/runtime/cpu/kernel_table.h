@@ -19,10 +19,13 @@
 #include "inference/runtime/cpu/arm/uint8/convertscaleabs_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/copymakeborder_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/countnonzero_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/erodedilate_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/getstructuringelement_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/merge_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/morphologyex_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/remap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
@@ -76,10 +79,10 @@ struct KernelTable {
   const void* entry_37 = nullptr;  // 37 color4ToGRAYCPUUINT8
   decltype(&tamix::warpAffineCPUUINT8) warpAffineCPUUINT8 = &tamix::warpAffineCPUUINT8;  // 38
   decltype(&tamix::rectCutCPUUINT8) rectCutCPUUINT8 = &tamix::rectCutCPUUINT8;  // 39
-  const void* entry_40 = nullptr;  // 40 erodeCPUUINT8
-  const void* entry_41 = nullptr;  // 41 dilateCPUUINT8
-  const void* entry_42 = nullptr;  // 42 getStructuringElementCPUUINT8
-  const void* entry_43 = nullptr;  // 43 morphologyExCPUUINT8
+  decltype(&tamix::erodeCPUUINT8) erodeCPUUINT8 = &tamix::erodeCPUUINT8;  // 40
+  decltype(&tamix::dilateCPUUINT8) dilateCPUUINT8 = &tamix::dilateCPUUINT8;  // 41
+  decltype(&tamix::getStructuringElementCPUUINT8) getStructuringElementCPUUINT8 = &tamix::getStructuringElementCPUUINT8;  // 42
+  decltype(&tamix::morphologyExCPUUINT8) morphologyExCPUUINT8 = &tamix::morphologyExCPUUINT8;  // 43
   decltype(&tamix::thresholdCPUUINT8) thresholdCPUUINT8 = &tamix::thresholdCPUUINT8;  // 44
   decltype(&tamix::remapCPUUINT8) remapCPUUINT8 = &tamix::remapCPUUINT8;  // 45
   decltype(&tamix::warpPerspectiveCPUUINT8) warpPerspectiveCPUUINT8 = &tamix::warpPerspectiveCPUUINT8;  // 46

@@ -34,6 +34,8 @@ int32_t GaussianFilterCPU::forward(TamixParams* params) {
   }
   TAMIX_DEBUG("Recieve kernel size: %d / (%d, %d)", params->kernel_size, kernel_height, kernel_width);
   TAMIX_REQUIRE_TYPE(src, Tamix_UINT8);
+  TAMIX_REQUIRE_ONE_PLANE(src);
+  TAMIX_REQUIRE_ONE_PLANE(dst);
   TAMIX_DEBUG("gaussianFilterCPUUINT8 forward");
   if (kernel_height == 3 && kernel_width == 3) weights_ = binomial_.data();
   return kernel_(data<const uint8_t>(src), data<uint8_t>(dst), src.height, src.width, src.width_stride, dst.width_stride,

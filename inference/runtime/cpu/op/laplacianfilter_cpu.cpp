@@ -37,6 +37,8 @@ int32_t LaplacianFilterCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("Recieve kernel size: %d / (%d, %d)", params->kernel_size, kernel_height, kernel_width);
   TAMIX_DEBUG("Recieve scale: %f and delta: %f", params->scale, params->delta);
   TAMIX_REQUIRE_TYPE(src, Tamix_UINT8);
+  TAMIX_REQUIRE_ONE_PLANE(src);
+  TAMIX_REQUIRE_ONE_PLANE(dst);
   TAMIX_DEBUG("laplacianFilterCPUUINT8 forward");
   if (kernel_height == 3 && kernel_width == 3) weights_ = aperture_3_.data();
   if (kernel_height == 1 && kernel_width == 1) weights_ = aperture_1_.data();
