@@ -54,7 +54,7 @@ int32_t convert(const uint8_t* src_y, const uint8_t* src_u, const uint8_t* src_v
   const size_t n = rowElements(width);
   const auto rowsFrom = [](auto from, int32_t r) { return decltype(from){from.row(r), from.pitch}; };
   int32_t r = 0;
-  for (; r < height - 1; r += 2) {
+  for (; r + 1 < height; r += 2) {
     convertRows<kRedFirst, 2>(rowsFrom(y, r), {u.row(r / 2), v.row(r / 2)}, rowsFrom(out, r), n);
   }
   if (r < height) convertRows<kRedFirst, 1>(rowsFrom(y, r), {u.row(r / 2), v.row(r / 2)}, rowsFrom(out, r), n);

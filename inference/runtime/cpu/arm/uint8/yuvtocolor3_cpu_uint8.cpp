@@ -65,7 +65,7 @@ void convertPixel(const uint8_t* y, const uint8_t* uv, uint8_t* dst, size_t x) {
 template <bool kRedFirst, bool kNV21>
 void convert(Plane<const uint8_t> y, Plane<const uint8_t> uv, Plane<uint8_t> dst, int32_t height, size_t width) {
   int32_t r = 0;
-  for (; r < height - 1; r += 2) {
+  for (; r + 1 < height; r += 2) {
     const Plane<const uint8_t> y_rows = {y.row(r), y.pitch};
     const Plane<uint8_t> dst_rows = {dst.row(r), dst.pitch};
     const uint8_t* const pairs = uv.row(r / 2);
