@@ -105,7 +105,13 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
     return;
   }
 #endif
-  if constexpr (kLaneOf != inOrder) {
+  constexpr bool kSorted = [] {
+    for (unsigned i = 0; i < 16; ++i) {
+      if (kLaneOf(i) != i) return false;
+    }
+    return true;
+  }();
+  if constexpr (!kSorted) {
     alignas(16) static constexpr auto kOrder = [] {
       std::array<uint8_t, 16> order{};
       for (unsigned i = 0; i < 16; ++i) order[i] = static_cast<uint8_t>(kLaneOf(i));
