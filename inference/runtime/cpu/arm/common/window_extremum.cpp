@@ -16,8 +16,9 @@ constexpr int kGroup = 4;
 // Windows of up to this many rows are combined directly; the cost of higher ones no longer depends on the height.
 constexpr int64_t kDirectRows = 16;
 constexpr int64_t kMostPointers = kDirectRows + kGroup - 1;
-// Bytes of a row that are taken through all steps at a time, so that a group's lines stay in the near cache.
-constexpr size_t kStripe = 4096;
+// Bytes of a row that are taken through all steps at a time, so that a group's lines stay in the caches. Rows of pictures are
+// shorter: whole rows are read and written in the order of memory.
+constexpr size_t kStripe = 16384;
 // Windows of more columns are processed in whole rows: the columns that neighbouring stripes share would cost too much.
 constexpr int64_t kStripedColumns = 32;
 // Loads combined by one pass over a line.
@@ -177,6 +178,8 @@ void combineColumns(const Op& op, uint8_t* line, int64_t window, uint8_t* out, s
 // The passes of one extremum over a rectangle, as one pass.
 template <class Op>
 class RectanglePass {
+  static constexpr size_t roundUp(size_t bytes) { return (bytes + kVectorBytes - 1) / kVectorBytes * kVectorBytes; }
+
  public:
   // A pass that feeds another one of the same reach gives as many columns beside a stripe as that one reads.
   RectanglePass(const MorphologyImage& image, int64_t rows, int64_t columns, bool feeds_another)
@@ -190,8 +193,8 @@ class RectanglePass {
         border_(image.border_type == TAMIX_BORDER_CONSTANT ? static_cast<uint8_t>(image.border_value) : Op::kNeutral) {
     const bool striped = x_.window() <= kStripedColumns && border_type_ != TAMIX_BORDER_WRAP;
     const size_t stripes = striped ? (n_ + kStripe - 1) / kStripe : 1;
-    stripe_ = std::min(n_, ((n_ + stripes - 1) / stripes + kVectorBytes - 1) / kVectorBytes * kVectorBytes);
-    pitch_ = stripe_ + (feeds_another ? 2 : 1) * (left_ + right_) + 2 * kVectorBytes;
+    stripe_ = std::min(n_, roundUp((n_ + stripes - 1) / stripes));
+    pitch_ = roundUp(left_) + roundUp(stripe_ + (feeds_another ? 2 : 1) * (left_ + right_)) + 2 * kVectorBytes;
   }
 
   const Reach& y() const { return y_; }
@@ -238,7 +241,8 @@ class RectanglePass {
 
  private:
   uint8_t* borderRow() const { return memory_.data(); }
-  uint8_t* line(int64_t k) const { return memory_.data() + static_cast<size_t>(k + 1) * pitch_; }
+  // The image begins at a whole vector, behind the left margin.
+  uint8_t* line(int64_t k) const { return memory_.data() + static_cast<size_t>(k + 1) * pitch_ + (roundUp(left_) - left_); }
   int64_t firstRow(int64_t y) const { return (y == 0 && y_.first_like_second ? 1 : y) - y_.before; }
 
   // The row at a position that may lie outside. Where the border has no rows of its own, any that does not matter.
@@ -258,19 +262,27 @@ class RectanglePass {
     uint8_t* lines[kRows];
     for (int64_t k = 0; k < y_.window() + kRows - 1; ++k) rows[k] = sourceRow(firstRow(y) + k, source);
     for (int k = 0; k < kRows; ++k) lines[k] = line(k) + margin;
+    for (int k = 0; k < kRows; ++k) fillMargin(line(k), margin);
     combineRows<kRows>(Op(), rows, y_.window(), lines, to - from);
     for (int k = 0; k < kRows; ++k) finishLine(line(k), margin, to - from, begin, end, row(k));
   }
 
-  // Columns [begin, end) of an output row from a line that holds `filled` bytes of the image behind the margin.
+  // At least `bytes` of the border, in whole vectors.
+  void fillMargin(uint8_t* at, size_t bytes) const {
+    const hn::ScalableTag<uint8_t> d;
+    const auto v = hn::Set(d, border_);
+    for (size_t i = 0; i < bytes; i += hn::Lanes(d)) hn::StoreU(v, d, at + i);
+  }
+
+  // Columns [begin, end) of an output row from a line that holds `filled` bytes of the image behind the margin, which is
+  // filled.
   void finishLine(uint8_t* line, size_t margin, size_t filled, size_t begin, size_t end, uint8_t* out) const {
     const size_t total = end - begin + left_ + right_;
     if (border_type_ == TAMIX_BORDER_WRAP) {
       std::memcpy(line, line + n_, left_);
       std::memcpy(line + left_ + n_, line + left_, right_);
     } else {
-      std::memset(line, border_, margin);
-      std::memset(line + margin + filled, border_, total - margin - filled);
+      fillMargin(line + margin + filled, total - margin - filled);
     }
     combineColumns<false>(Op(), line, x_.window(), out, end - begin);
     if (begin == 0 && x_.first_like_second) std::memcpy(out, out + kPixel, kPixel);
@@ -295,6 +307,7 @@ class RectanglePass {
       for (int64_t i = 0; i < window; ++i) {
         const int64_t y = block + i + y_.before;
         if (y >= height_) break;
+        fillMargin(result - left_, left_);
         if (i == 0) {
           std::memcpy(result, suffix(0), n_);
         } else {
