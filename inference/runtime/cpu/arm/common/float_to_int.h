@@ -23,6 +23,19 @@ HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundToInt32(D d, V v) {
   return truncateToInt32(d, hn::Round(v));
 }
 
+// Rounded to the nearest integer, ties away from zero.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundAwayToInt32(D d, V v) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) return hn::Vec<hn::RebindToSigned<D>>(vcvtaq_s32_f32(v.raw));
+#endif
+  // v less its whole part is exact.
+  const auto whole = hn::Trunc(v);
+  const auto up = hn::Ge(hn::Abs(hn::Sub(v, whole)), hn::Set(d, 0.5f));
+  const auto one = hn::CopySign(hn::Set(d, 1.0f), v);
+  return truncateToInt32(d, hn::IfThenElse(up, hn::Add(whole, one), whole));
+}
+
 // Rounded to the nearest integer, halves up, for values from 0 to 2^22.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundHalfUpToInt32(D d, V v) {
