@@ -1,9 +1,12 @@
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 
+#include "inference/runtime/cpu/arm/common/byte_lookup.h"
+#include "inference/runtime/cpu/arm/common/byte_moments.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/utils/tamix_log.h"
@@ -18,20 +21,119 @@ struct Moments {
   std::array<uint64_t, 4> squares = {};
 };
 
-// Adds the moments of rows of `width` pixels.
+// Sums whole vectors of pixels; what is left of a run of pixels is summed one by one.
 template <size_t kChannels>
-void addMoments(Plane<const uint8_t> src, int32_t height, size_t width, Moments& moments) {
-  for (int32_t y = 0; y < height; ++y) {
-    const uint8_t* const row = src.row(y);
-    for (size_t x = 0; x < width; ++x) {
-      for (size_t c = 0; c < kChannels; ++c) {
-        const uint64_t v = row[x * kChannels + c];
-        moments.sum[c] += v;
-        moments.squares[c] += v * v;
-      }
+class Summer {
+ public:
+  explicit Summer(Moments& moments) : moments_(moments) {}
+  ~Summer() { drain(); }
+  Summer(const Summer&) = delete;
+  Summer& operator=(const Summer&) = delete;
+
+  void add(const uint8_t* run, size_t pixels) {
+    size_t left = pixels;
+    while (left * kChannels >= kRead) {
+      const size_t steps = std::min((left * kChannels - kRead) / kStep + 1, Vectors::kMost - added_);
+      addVectors(run, steps);
+      run += steps * kStep;
+      left -= steps * (kStep / kChannels);
+      added_ += steps;
+      if (added_ == Vectors::kMost) drain();
+    }
+    for (size_t i = 0; i < left * kChannels; ++i) {
+      const uint64_t v = run[i];
+      moments_.sum[i % kChannels] += v;
+      moments_.squares[i % kChannels] += v * v;
     }
   }
-}
+
+ private:
+#if HWY_TARGET == HWY_NEON
+  // One vector a channel.
+  using D = hn::Full128<uint8_t>;
+  using Vectors = ByteMoments<D>;
+  static constexpr size_t kSets = kChannels;
+  static constexpr size_t kStep = 16 * kChannels;  // bytes from one step to the next
+  static constexpr size_t kRead = kStep;           // bytes that a step reads
+
+  void addVectors(const uint8_t* p, size_t steps) {
+    auto sets = sets_;
+    for (; steps > 0; --steps, p += kStep) {
+      hn::Vec<D> v[4];
+      if constexpr (kChannels == 1) v[0] = hn::LoadU(D(), p);
+      if constexpr (kChannels == 3) hn::LoadInterleaved3(D(), p, v[0], v[1], v[2]);
+      if constexpr (kChannels == 4) hn::LoadInterleaved4(D(), p, v[0], v[1], v[2], v[3]);
+      for (size_t c = 0; c < kChannels; ++c) sets[c].add(v[c]);
+    }
+    sets_ = sets;
+  }
+
+  void drain() {
+    for (size_t c = 0; c < kSets; ++c) {
+      sets_[c].drain([&](size_t /*lane*/, uint64_t sum, uint64_t squares) {
+        moments_.sum[c] += sum;
+        moments_.squares[c] += squares;
+      });
+    }
+    added_ = 0;
+  }
+#else
+  // Vectors whose 128-bit blocks hold four pixels, channel by channel: r r r r g g g g b b b b (a a a a). They are added to
+  // four sets in turn, so that no addition waits for the one before it.
+  static constexpr bool kThirds = kChannels == 3;
+  static constexpr bool kWindow = kThirds && HWY_TARGET == HWY_AVX3_DL;  // 48 bytes in one lookup
+  using D = hn::CappedTag<uint8_t, kThirds && !kWindow ? 16 : 64>;
+  using Vectors = ByteMoments<D>;
+  static constexpr size_t kSets = 4;
+  static constexpr size_t kLanes = hn::MaxLanes(D());
+  static constexpr size_t kStep = kThirds ? kLanes / 4 * 3 : kLanes;
+  static constexpr size_t kRead = kThirds && !kWindow ? 16 : kStep;
+
+  static std::array<uint8_t, kLanes> pattern() {
+    std::array<uint8_t, kLanes> index = {};
+    for (size_t i = 0; i < kLanes; ++i) {
+      const size_t block = i / 16;
+      const size_t channel = i % 16 / 4;
+      const size_t pixel = i % 4;
+      if (channel >= kChannels) continue;  // its lanes are never looked at
+      index[i] = static_cast<uint8_t>(channel + pixel * kChannels + (kWindow ? 12 * block : 0));
+    }
+    return index;
+  }
+
+  HWY_INLINE static hn::Vec<D> grouped(const uint8_t* p, hn::Vec<D> index) {
+    if constexpr (kChannels == 1) return hn::LoadU(D(), p);
+    if constexpr (kWindow) return ByteWindow < D, kWindow ? 3 : 1 > (D(), p).lookup(index);
+    return hn::TableLookupBytes(hn::LoadU(D(), p), index);
+  }
+
+  void addVectors(const uint8_t* p, size_t steps) {
+    const auto index = hn::LoadU(D(), pattern().data());
+    auto sets = sets_;
+    for (; steps >= kSets; steps -= kSets, p += kSets * kStep) {
+      for (size_t k = 0; k < kSets; ++k) sets[k].add(grouped(p + k * kStep, index));
+    }
+    for (; steps > 0; --steps, p += kStep) sets[0].add(grouped(p, index));
+    sets_ = sets;
+  }
+
+  void drain() {
+    for (Vectors& set : sets_) {
+      set.drain([&](size_t lane, uint64_t sum, uint64_t squares) {
+        const size_t channel = kChannels == 1 ? 0 : lane % 4;
+        if (channel >= kChannels) return;
+        moments_.sum[channel] += sum;
+        moments_.squares[channel] += squares;
+      });
+    }
+    added_ = 0;
+  }
+#endif
+
+  Moments& moments_;
+  std::array<Vectors, kSets> sets_;
+  size_t added_ = 0;  // vectors since the last drain, at most
+};
 
 // sqrt(mean_square - mean^2), NaN (of Arm's default bits) below 0.
 float deviation(float mean_square, float mean) {
@@ -51,7 +153,7 @@ int32_t sqsum3c(const uint8_t* src, int32_t width, int32_t height, int32_t src_w
   if (width < 1 || height < 1) return TAMIX_OK;
   const uint64_t count = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
   Moments moments;
-  addMoments<3>({src, 0}, 1, count, moments);
+  Summer<3>(moments).add(src, count);
   for (size_t c = 0; c < 3; ++c) {
     mean[c] = quotient(moments.sum[c], count);
     mean_squares[c] = static_cast<float>(moments.squares[c] / count);
@@ -66,10 +168,12 @@ void sqsum(const uint8_t* src, int32_t width, int32_t height, int32_t src_width_
   if (width < 1 || height < 1) return;
   const uint64_t count = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
   Moments moments;
-  if (src_width_stride == width) {
-    addMoments<kChannels>({src, 0}, 1, count, moments);
-  } else {
-    addMoments<kChannels>(plane(src, src_width_stride, kChannels), height, static_cast<size_t>(width), moments);
+  {
+    auto rows = plane(src, src_width_stride, kChannels);
+    size_t n = rowElements(width, kChannels);
+    joinRows(height, n, rows);
+    Summer<kChannels> summer(moments);
+    for (int32_t y = 0; y < height; ++y) summer.add(rows.row(y), n / kChannels);
   }
   for (size_t c = 0; c < kChannels; ++c) {
     mean[c] = quotient(moments.sum[c], count);
