@@ -105,12 +105,24 @@ HWY_INLINE V applied(D /*d*/, V v, V t, V m) {
 
 template <int32_t kRule>
 void thresholdRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n, uint8_t t, uint8_t m) {
+  const hn::ScalableTag<uint8_t> wide;
+  const size_t lanes = hn::Lanes(wide);
   for (int32_t y = 0; y < height; ++y) {
     const uint8_t* const in = src.row(y);
     uint8_t* const out = dst.row(y);
-    walkRow<uint8_t>(n, [&](auto d, size_t i) {
-      hn::StoreU(applied<kRule>(d, hn::LoadU(d, in + i), hn::Set(d, t), hn::Set(d, m)), d, out + i);
-    });
+    const auto apply = [&](auto d, size_t i) { return applied<kRule>(d, hn::LoadU(d, in + i), hn::Set(d, t), hn::Set(d, m)); };
+    size_t i = 0;
+    for (; i + 4 * lanes <= n; i += 4 * lanes) {
+      const auto v0 = apply(wide, i);
+      const auto v1 = apply(wide, i + lanes);
+      const auto v2 = apply(wide, i + 2 * lanes);
+      const auto v3 = apply(wide, i + 3 * lanes);
+      hn::StoreU(v0, wide, out + i);
+      hn::StoreU(v1, wide, out + i + lanes);
+      hn::StoreU(v2, wide, out + i + 2 * lanes);
+      hn::StoreU(v3, wide, out + i + 3 * lanes);
+    }
+    walkRow<uint8_t>(n - i, [&](auto d, size_t k) { hn::StoreU(apply(d, i + k), d, out + i + k); });
   }
 }
 
@@ -150,10 +162,7 @@ int32_t thresholdCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t width, int32
   const auto to = plane(dst, dst_width_stride, channel);
   size_t n = rowElements(width, channel);
   const double level = getThreshValCPUUINT8_(from, height, n, thresh, thresh_type & ~7);
-  if (src_width_stride == width && dst_width_stride == width && height > 0) {  // every byte is treated alike: one run
-    n *= static_cast<size_t>(height);
-    height = 1;
-  }
+  joinRows(height, n, from, to);
 
   const int32_t t = saturate(std::floor(level), -1, 255);
   const int32_t m = saturate(std::round(maxval), 0, 255);
