@@ -13,7 +13,7 @@ namespace tamix {
 namespace {
 
 // Destination rows that are computed together: each row of their windows is loaded once for all of them.
-constexpr size_t kRowsTogether = 4;
+constexpr size_t kRowsTogether = 6;
 
 // Where a window's rows begin: row k of the window of destination row r is rows[r + k].
 template <size_t kSize, size_t kRows>
