@@ -56,12 +56,14 @@ TEST(FloatToInt, ConvertsWithArmSemantics) {
   const std::vector<float> in = interestingFloats();
   const auto truncated = convertAll(in, [](auto d, auto v) { return truncateToInt32(d, v); });
   const auto rounded = convertAll(in, [](auto d, auto v) { return roundToInt32(d, v); });
+  const auto rounded_away = convertAll(in, [](auto d, auto v) { return roundAwayToInt32(d, v); });
   const auto floored = convertAll(in, [](auto d, auto v) { return floorToInt32(d, v); });
   const auto magnitudes = convertAll(in, [](auto d, auto v) { return truncateToUint32(d, v); });
   for (size_t i = 0; i < in.size(); ++i) {
     const double v = in[i];
     ASSERT_EQ(static_cast<int32_t>(truncated[i]), saturateToInt32(std::trunc(v))) << v;
     ASSERT_EQ(static_cast<int32_t>(rounded[i]), saturateToInt32(std::nearbyint(v))) << v;
+    ASSERT_EQ(static_cast<int32_t>(rounded_away[i]), saturateToInt32(std::round(v))) << v;
     ASSERT_EQ(static_cast<int32_t>(floored[i]), saturateToInt32(std::floor(v))) << v;
     const uint32_t magnitude = v >= 4294967295.0 ? ~0u : v > 0 ? static_cast<uint32_t>(v) : 0u;
     ASSERT_EQ(magnitudes[i], magnitude) << v;
