@@ -86,6 +86,25 @@ TAMIX_API int32_t resizeBilinearNV21toBGRCPUUINT8(const uint8_t* src_y, const ui
                                                   int32_t num_threads);
 
 /*
+ * 8-bit RGB or BGR to NV12 (chroma bytes U, V) or NV21 (V, U) with the full-range equations of ITU-R BT.601 (JPEG):
+ * Y = 0.299 R + 0.587 G + 0.114 B, U = (B - Y) / 1.772 + 128, V = (R - Y) / 1.402 + 128, truncated. Blocks of 16 pixels of a
+ * row use 11-bit fixed point (white has Y = 254 there), the rest of the row double precision. The chroma of a 2x2 block is
+ * that of its top-left pixel.
+ *
+ * src_width_stride counts pixels of three bytes. dst_width_stride counts the bytes between rows of dst_y and also those of
+ * dst_uv. The last row of an odd height is neither read nor written; an odd width makes a last chroma pair, so a chroma row
+ * must then hold width + 1 bytes.
+ */
+TAMIX_API int32_t RGBToNV12CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t BGRToNV12CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t RGBToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+TAMIX_API int32_t BGRToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
+                                    int32_t src_width_stride, int32_t dst_width_stride);
+
+/*
  * Smooths an image of interleaved 8-bit channels with a symmetric 3x3 kernel. `kernel`: 9 floats row by row, of which the
  * corner kernel[0], the edge kernel[1] and the centre kernel[4] count; null builds the sampled Gaussian of `sigma` (0: 0.8).
  * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another size

@@ -15,6 +15,11 @@
 #include "inference/runtime/cpu/arm/uint8/bitwise_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/bitwisenot_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/calchist_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/color3tocolor4_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/color4tocolor3_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/color4tohsv_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/colortogray_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/colortolab_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/concat_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/convertscaleabs_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/copymakeborder_cpu_uint8.h"
@@ -22,6 +27,7 @@
 #include "inference/runtime/cpu/arm/uint8/erodedilate_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/getstructuringelement_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/labtocolor_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/laplacianfilter_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/merge_cpu_uint8.h"
@@ -44,23 +50,23 @@ struct KernelTable {
   decltype(&::resizeBilinearNV21toRGBCPUUINT8) resizeBilinearNV21toRGBCPUUINT8 = &::resizeBilinearNV21toRGBCPUUINT8;  // 2
   decltype(&::resizeBilinearNV21toBGRCPUUINT8) resizeBilinearNV21toBGRCPUUINT8 = &::resizeBilinearNV21toBGRCPUUINT8;  // 3
   decltype(&tamix::resizeNearestCPUUINT8) resizeNearestCPUUINT8 = &tamix::resizeNearestCPUUINT8;  // 4
-  const void* entry_5 = nullptr;   // 5 RGBToNV12CPUUINT8
-  const void* entry_6 = nullptr;   // 6 BGRToNV12CPUUINT8
-  const void* entry_7 = nullptr;   // 7 RGBToNV21CPUUINT8
-  const void* entry_8 = nullptr;   // 8 BGRToNV21CPUUINT8
+  decltype(&::RGBToNV12CPUUINT8) RGBToNV12CPUUINT8 = &::RGBToNV12CPUUINT8;  // 5
+  decltype(&::BGRToNV12CPUUINT8) BGRToNV12CPUUINT8 = &::BGRToNV12CPUUINT8;  // 6
+  decltype(&::RGBToNV21CPUUINT8) RGBToNV21CPUUINT8 = &::RGBToNV21CPUUINT8;  // 7
+  decltype(&::BGRToNV21CPUUINT8) BGRToNV21CPUUINT8 = &::BGRToNV21CPUUINT8;  // 8
   decltype(&::NV21ToRGBCPUUINT8) NV21ToRGBCPUUINT8 = &::NV21ToRGBCPUUINT8;  // 9
   decltype(&::NV21ToBGRCPUUINT8) NV21ToBGRCPUUINT8 = &::NV21ToBGRCPUUINT8;  // 10
   decltype(&::NV12ToRGBCPUUINT8) NV12ToRGBCPUUINT8 = &::NV12ToRGBCPUUINT8;  // 11
   decltype(&::NV12ToBGRCPUUINT8) NV12ToBGRCPUUINT8 = &::NV12ToBGRCPUUINT8;  // 12
-  const void* entry_13 = nullptr;  // 13 RGBAToHSVCPUUINT8
-  const void* entry_14 = nullptr;  // 14 BGRAToHSVCPUUINT8
+  decltype(&tamix::RGBAToHSVCPUUINT8) RGBAToHSVCPUUINT8 = &tamix::RGBAToHSVCPUUINT8;  // 13
+  decltype(&tamix::BGRAToHSVCPUUINT8) BGRAToHSVCPUUINT8 = &tamix::BGRAToHSVCPUUINT8;  // 14
   decltype(&tamix::meanSTDCPUUINT8) meanSTDCPUUINT8 = &tamix::meanSTDCPUUINT8;  // 15
   const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
   decltype(&tamix::mergeCPUUINT8) mergeCPUUINT8 = &tamix::mergeCPUUINT8;  // 17
   decltype(&tamix::splitCPUUINT8) splitCPUUINT8 = &tamix::splitCPUUINT8;  // 18
   decltype(&::meanFilterCPUUINT8) meanFilterCPUUINT8 = &::meanFilterCPUUINT8;  // 19
   decltype(&tamix::imageFuseOverlapCPUUINT8) imageFuseOverlapCPUUINT8 = &tamix::imageFuseOverlapCPUUINT8;  // 20
-  const void* entry_21 = nullptr;  // 21 color3ToColor4CPUUINT8
+  decltype(&tamix::color3ToColor4CPUUINT8) color3ToColor4CPUUINT8 = &tamix::color3ToColor4CPUUINT8;  // 21
   decltype(&::I420ToRGBCPUUINT8) I420ToRGBCPUUINT8 = &::I420ToRGBCPUUINT8;  // 22
   decltype(&::I420ToBGRCPUUINT8) I420ToBGRCPUUINT8 = &::I420ToBGRCPUUINT8;  // 23
   decltype(&tamix::subtractCPUUINT8) subtractCPUUINT8 = &tamix::subtractCPUUINT8;  // 24
@@ -73,10 +79,10 @@ struct KernelTable {
   const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
   decltype(&tamix::countNonZeroCPUUINT8) countNonZeroCPUUINT8 = &tamix::countNonZeroCPUUINT8;  // 32
   decltype(&tamix::copyMakeBorderCPUUINT8) copyMakeBorderCPUUINT8 = &tamix::copyMakeBorderCPUUINT8;  // 33
-  const void* entry_34 = nullptr;  // 34 RGBToLABCPUUINT8
-  const void* entry_35 = nullptr;  // 35 LABToRGBCPUUINT8
-  const void* entry_36 = nullptr;  // 36 color3ToGRAYCPUUINT8
-  const void* entry_37 = nullptr;  // 37 color4ToGRAYCPUUINT8
+  decltype(&tamix::RGBToLABCPUUINT8) RGBToLABCPUUINT8 = &tamix::RGBToLABCPUUINT8;  // 34
+  decltype(&tamix::LABToRGBCPUUINT8) LABToRGBCPUUINT8 = &tamix::LABToRGBCPUUINT8;  // 35
+  decltype(&tamix::color3ToGRAYCPUUINT8) color3ToGRAYCPUUINT8 = &tamix::color3ToGRAYCPUUINT8;  // 36
+  decltype(&tamix::color4ToGRAYCPUUINT8) color4ToGRAYCPUUINT8 = &tamix::color4ToGRAYCPUUINT8;  // 37
   decltype(&tamix::warpAffineCPUUINT8) warpAffineCPUUINT8 = &tamix::warpAffineCPUUINT8;  // 38
   decltype(&tamix::rectCutCPUUINT8) rectCutCPUUINT8 = &tamix::rectCutCPUUINT8;  // 39
   decltype(&tamix::erodeCPUUINT8) erodeCPUUINT8 = &tamix::erodeCPUUINT8;  // 40
@@ -87,7 +93,7 @@ struct KernelTable {
   decltype(&tamix::remapCPUUINT8) remapCPUUINT8 = &tamix::remapCPUUINT8;  // 45
   decltype(&tamix::warpPerspectiveCPUUINT8) warpPerspectiveCPUUINT8 = &tamix::warpPerspectiveCPUUINT8;  // 46
   const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
-  const void* entry_48 = nullptr;  // 48 color4ToColor3CPUUINT8
+  decltype(&tamix::color4ToColor3CPUUINT8) color4ToColor3CPUUINT8 = &tamix::color4ToColor3CPUUINT8;  // 48
   decltype(&tamix::vconcatCPUUINT8) vconcatCPUUINT8 = &tamix::vconcatCPUUINT8;  // 49
   decltype(&tamix::hconcatCPUUINT8) hconcatCPUUINT8 = &tamix::hconcatCPUUINT8;  // 50
   decltype(&tamix::bitwiseAndCPUUINT8) bitwiseAndCPUUINT8 = &tamix::bitwiseAndCPUUINT8;  // 51

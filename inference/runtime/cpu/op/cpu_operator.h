@@ -1,8 +1,10 @@
 // What every operator file uses: kernels, planes, shared refusals, registration.
 #pragma once
 
+#include <algorithm>
 #include <new>
 
+#include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/cpu_runtime.h"
 #include "inference/runtime/cpu/kernel_table.h"
 #include "inference/utils/tamix_log.h"
@@ -26,6 +28,20 @@ constexpr bool isOneOf(int32_t value, Values... values) {
   return ((value == values) || ...);
 }
 
+// True when the plane that dst declares holds the rows of src, as kernels that take src's size write them.
+inline bool holdsRowsOf(const TamixImage& dst, const TamixImage& src) {
+  if (dst.width_stride < 0) return false;
+  const int32_t rows = std::max(dst.height, dst.height_stride);
+  return planeElements(src.height, src.width, dst.width_stride) <= planeElements(rows, dst.width, dst.width_stride);
+}
+
+// False for an operator whose set-up failed: its class says so by isComplete().
+template <class Class>
+bool isUsable(const Class& made) {
+  if constexpr (requires { made.isComplete(); }) return made.isComplete();
+  return true;
+}
+
 // Registers an operator's creator at load. The instance owns what the creator makes.
 template <class Creator>
 class OperatorRegistration {
@@ -35,16 +51,17 @@ class OperatorRegistration {
 
 }  // namespace tamix
 
-// Defines the creator of an operator class and registers it under its type.
-#define TAMIX_REGISTER_OPERATOR(type, Class, Creator)           \
-  class Creator final : public Runtime::OperatorCreator {       \
-   public:                                                      \
-    Operator* create(Runtime* runtime) const override {         \
-      Operator* const made = new (std::nothrow) Class(runtime); \
-      if (made != nullptr) made->setReady();                    \
-      return made;                                              \
-    }                                                           \
-  };                                                            \
+// Defines the creator of an operator class and registers it under its type. An operator that is not usable is made all the
+// same, but not marked ready.
+#define TAMIX_REGISTER_OPERATOR(type, Class, Creator)                  \
+  class Creator final : public Runtime::OperatorCreator {              \
+   public:                                                             \
+    Operator* create(Runtime* runtime) const override {                \
+      Class* const made = new (std::nothrow) Class(runtime);           \
+      if (made != nullptr && tamix::isUsable(*made)) made->setReady(); \
+      return made;                                                     \
+    }                                                                  \
+  };                                                                   \
   [[maybe_unused]] static const OperatorRegistration<Creator> register##Class(type)
 
 // The same for a class that allocates when it is made: one that is not complete() is never marked ready.
@@ -67,6 +84,17 @@ class OperatorRegistration {
   TAMIX_REQUIRE((src).width == (dst).width && (src).height == (dst).height, TAMIX_ERR_UNSUPPORTED,                            \
                 "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", (src).height, (src).width, (dst).height, \
                 (dst).width)
+
+// Refuses an output whose declared plane cannot hold the input's rows.
+#define TAMIX_REQUIRE_ROOM(src, dst)                                                                                          \
+  TAMIX_REQUIRE(tamix::holdsRowsOf(dst, src), TAMIX_ERR_UNSUPPORTED,                                                          \
+                "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", (src).height, (src).width, (dst).height, \
+                (dst).width)
+
+// Refuses strides below the width.
+#define TAMIX_REQUIRE_STRIDES(src, dst)                                                                        \
+  TAMIX_REQUIRE((dst).width_stride >= (dst).width && (src).width_stride >= (src).width, TAMIX_ERR_UNSUPPORTED, \
+                "Recieve unsupported stride: %d %d", (src).width_stride, (dst).width_stride)
 
 // Refuses images of unequal channel counts.
 #define TAMIX_REQUIRE_SAME_CHANNEL(src, dst)                                                                                   \

@@ -186,4 +186,58 @@ HWY_INLINE hn::Vec<D16> multiplyAddPairs(D16 d16, VU u, VS s) {
   return hn::Add(even, hn::Mul(odd_u, hn::ShiftRight<8>(s16)));
 }
 
+// floor((a + b) / 2) of unsigned bytes.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V averageFloor(D d, V a, V b) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) return V(vhaddq_u8(a.raw, b.raw));
+#endif
+  (void)d;
+  return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b)));  // averages of complements round the other way
+}
+
+// The two halves of a widened vector.
+template <class V>
+struct Widened {
+  V lower;
+  V upper;
+};
+
+// kA * a + kB * b + kC * c + e of unsigned bytes as unsigned 16-bit lanes, in the order of widenLower and widenUpper.
+// The weights add up to 127 at most, so a lane stays below 2^15.
+template <int kA, int kB, int kC, class D, class V = hn::Vec<D>>
+HWY_INLINE auto weightedSum(D d, V a, V b, V c, V e) {
+  static_assert(kA >= 0 && kB >= 0 && kC >= 0 && kA + kB + kC <= 127);
+  const hn::RepartitionToWide<D> d16;
+  using V16 = hn::Vec<decltype(d16)>;
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) {
+    const uint8x16_t wa = vdupq_n_u8(kA), wb = vdupq_n_u8(kB), wc = vdupq_n_u8(kC);
+    const auto half = [](uint8x16_t v) { return vget_low_u8(v); };
+    uint16x8_t lower = vmull_u8(half(a.raw), half(wa));
+    uint16x8_t upper = vmull_high_u8(a.raw, wa);
+    lower = vmlal_u8(vmlal_u8(lower, half(b.raw), half(wb)), half(c.raw), half(wc));
+    upper = vmlal_high_u8(vmlal_high_u8(upper, b.raw, wb), c.raw, wc);
+    return Widened<V16>{V16(vaddw_u8(lower, half(e.raw))), V16(vaddw_high_u8(upper, e.raw))};
+  }
+#endif
+  const auto ab = hn::Set(d16, static_cast<uint16_t>(kA | (kB << 8)));  // the weights of a byte pair
+  const auto ce = hn::Set(d16, static_cast<uint16_t>(kC | (1 << 8)));
+  const auto sum = [&](auto pair_ab, auto pair_ce) {
+    return hn::Add(multiplyAddPairs(d16, pair_ab, ab), multiplyAddPairs(d16, pair_ce, ce));
+  };
+  return Widened<V16>{sum(hn::InterleaveLower(d, a, b), hn::InterleaveLower(d, c, e)),
+                      sum(hn::InterleaveUpper(d, a, b), hn::InterleaveUpper(d, c, e))};
+}
+
+// floor(a * kWeight / 2^15) of signed 16-bit lanes. Where 2 * kWeight exceeds 16 bits, a stays within -2^14..2^14 - 1.
+template <int16_t kWeight, class D, class V = hn::Vec<D>>
+HWY_INLINE V multiplyShift15(D d, V a) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (sizeof(V) == 16) return V(vqdmulhq_n_s16(a.raw, kWeight));
+#endif
+  if constexpr (kWeight < 16384) return hn::MulHigh(a, hn::Set(d, 2 * kWeight));
+  return hn::MulHigh(hn::Add(a, a), hn::Set(d, kWeight));
+}
+
 }  // namespace tamix

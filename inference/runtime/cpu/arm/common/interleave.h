@@ -1,4 +1,4 @@
-// Three-way interleaved loads and stores.
+// Interleaved loads and stores of three and four channels.
 #pragma once
 
 #include <array>
@@ -123,6 +123,108 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
     c = hn::TableLookupBytes(c, order);
   }
   hn::StoreInterleaved3(a, b, c, d, to);
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+namespace interleave4 {
+
+using Index = std::array<uint8_t, 64>;
+
+// Bytes 4 * i + channel and 4 * i + channel + 1 of 128: 32 of each.
+constexpr std::array<Index, 2> takePairs4() {
+  std::array<Index, 2> result{};
+  for (size_t pair = 0; pair < 2; ++pair) {
+    for (size_t i = 0; i < 64; ++i) result[pair][i] = static_cast<uint8_t>(4 * (i % 32) + 2 * pair + i / 32);
+  }
+  return result;
+}
+
+// 16 pixels of three bytes as four each; the masked fourth byte becomes zero.
+constexpr Index appendChannel() {
+  Index result{};
+  for (size_t i = 0; i < 64; ++i) result[i] = static_cast<uint8_t>(i / 4 * 3 + i % 4);
+  return result;
+}
+
+// Byte 64 * part + i of 64 pixels of three bytes, as a byte of the two registers from number `part` on. With swap_ends a
+// pixel's first and third byte change places.
+constexpr std::array<Index, 3> dropChannel(bool swap_ends) {
+  std::array<Index, 3> result{};
+  for (size_t part = 0; part < 3; ++part) {
+    for (size_t i = 0; i < 64; ++i) {
+      const size_t byte = 64 * part + i;
+      const size_t channel = swap_ends ? 2 - byte % 3 : byte % 3;
+      result[part][i] = static_cast<uint8_t>(byte / 3 * 4 + channel - 64 * part);
+    }
+  }
+  return result;
+}
+
+alignas(64) inline constexpr Index kAppendChannel = appendChannel();
+alignas(64) inline constexpr std::array<Index, 3> kDropChannel = dropChannel(false);
+alignas(64) inline constexpr std::array<Index, 3> kDropChannelSwapped = dropChannel(true);
+alignas(64) inline constexpr std::array<Index, 2> kTakePairs4 = takePairs4();
+
+}  // namespace interleave4
+#endif
+
+// a[i], b[i], c[i], e[i] = from[4i] ... from[4i + 3] for every lane i. D is a tag of uint8_t.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void loadInterleaved4(D d, const uint8_t* HWY_RESTRICT from, V& a, V& b, V& c, V& e) {
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(V) == 64) {
+    const auto pairs = [&](size_t pair, size_t half) {
+      const __m512i index = _mm512_load_si512(interleave4::kTakePairs4[pair].data());
+      return _mm512_permutex2var_epi8(hn::LoadU(d, from + 128 * half).raw, index, hn::LoadU(d, from + 128 * half + 64).raw);
+    };
+    const __m512i low01 = pairs(0, 0), high01 = pairs(0, 1), low23 = pairs(1, 0), high23 = pairs(1, 1);
+    a = V{_mm512_shuffle_i64x2(low01, high01, 0x44)};
+    b = V{_mm512_shuffle_i64x2(low01, high01, 0xEE)};
+    c = V{_mm512_shuffle_i64x2(low23, high23, 0x44)};
+    e = V{_mm512_shuffle_i64x2(low23, high23, 0xEE)};
+    return;
+  }
+#endif
+  hn::LoadInterleaved4(d, from, a, b, c, e);
+}
+
+// Lanes(d) pixels of three bytes to four, the fourth zero.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void appendZeroChannel(D d, const uint8_t* src, uint8_t* dst) {
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(V) == 64) {
+    const __m512i index = _mm512_load_si512(interleave4::kAppendChannel.data());
+    for (size_t part = 0; part < 4; ++part) {
+      const __m512i pixels = _mm512_maskz_loadu_epi8(0x0000FFFFFFFFFFFF, src + 48 * part);
+      hn::StoreU(V{_mm512_maskz_permutexvar_epi8(0x7777777777777777, index, pixels)}, d, dst + 64 * part);
+    }
+    return;
+  }
+#endif
+  V c0, c1, c2;
+  loadInterleaved3(d, src, c0, c1, c2);
+  hn::StoreInterleaved4(c0, c1, c2, hn::Zero(d), d, dst);
+}
+
+// Lanes(d) pixels of four bytes to their first three, kSwapEnds: in reverse order. dst may be src.
+template <bool kSwapEnds, class D, class V = hn::Vec<D>>
+HWY_INLINE void dropFourthChannel(D d, const uint8_t* src, uint8_t* dst) {
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(V) == 64) {
+    const auto& drop = kSwapEnds ? interleave4::kDropChannelSwapped : interleave4::kDropChannel;
+    V pixels = hn::LoadU(d, src);
+    for (size_t part = 0; part < 3; ++part) {
+      const V next = hn::LoadU(d, src + 64 * (part + 1));
+      const __m512i index = _mm512_load_si512(drop[part].data());
+      hn::StoreU(V{_mm512_permutex2var_epi8(pixels.raw, index, next.raw)}, d, dst + 64 * part);
+      pixels = next;
+    }
+    return;
+  }
+#endif
+  V c0, c1, c2, c3;
+  loadInterleaved4(d, src, c0, c1, c2, c3);
+  storeInterleaved3(d, kSwapEnds ? c2 : c0, c1, kSwapEnds ? c0 : c2, dst);
 }
 
 }  // namespace tamix
