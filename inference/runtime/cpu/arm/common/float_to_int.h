@@ -20,7 +20,7 @@ HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateToInt32(D /*d*/, V v) {
 // The same for floats known to fit, without a repair of others (which give any value).
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateFitting(D /*d*/, V v) {
-  using Result = hn::Vec<hn::RebindToSigned<D>>;
+  using Result [[maybe_unused]] = hn::Vec<hn::RebindToSigned<D>>;
 #if HWY_TARGET <= HWY_AVX3
   if constexpr (sizeof(V) == 64) return Result{_mm512_cvttps_epi32(v.raw)};
 #endif

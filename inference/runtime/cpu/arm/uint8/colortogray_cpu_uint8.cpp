@@ -15,8 +15,9 @@ namespace {
 // each rounded down: one channel for every bit, from 2^0 (G and R) to 2^6 (B).
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V grayOf(D d, V r, V g, V b) {
-  V rest = averageFloor(d, g, r);
-  for (const V& channel : {r, b, b, g, r, b}) rest = averageFloor(d, channel, rest);
+  const V rest_1 = averageFloor(d, r, averageFloor(d, g, r));
+  const V rest_4 = averageFloor(d, g, averageFloor(d, b, averageFloor(d, b, rest_1)));
+  const V rest = averageFloor(d, b, averageFloor(d, r, rest_4));
   const auto sum = weightedSum<38, 75, 14>(d, r, g, b, rest);
   return roundShiftRightNarrowToUint8<7>(d, sum.lower, sum.upper);
 }
