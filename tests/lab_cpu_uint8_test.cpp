@@ -29,7 +29,8 @@ void labModel(const uint8_t* rgb, uint8_t* lab) {
 
 void rgbModel(const uint8_t* lab, uint8_t* rgb) {
   const LabTables& tables = labTables();
-  const auto [y, fy] = tables.lightness[lab[0]];
+  const auto y = static_cast<int32_t>(tables.lightness[lab[0]] & 0xFFFF);
+  const auto fy = static_cast<int32_t>(tables.lightness[lab[0]] >> 16);
   // Indices of the curve's table, whose entry 0 belongs to -8145.
   const int32_t x = inverseLabCurve(fy + ((268435 * lab[1] + 128) >> 13) + 3951 - 8145);
   const int32_t z = inverseLabCurve(fy + 10484 - ((41943 * lab[2] + 16) >> 9) + 8145 - 8145);

@@ -47,14 +47,14 @@ float labCurve(float x) {
 }
 
 // Y and f(Y) of lightness byte i: L = 100 i / 255, linear up to L = 8.
-std::array<uint16_t, 2> lightnessEntry(int32_t i) {
+uint32_t lightnessEntry(int32_t i) {
   if (i <= 20) {
     const float y = static_cast<float>(i * 2949120) / 414613.0f;
     const float fy = 16384.0f * (16.0f / 116.0f + static_cast<float>(5 * i) / 1479.0f);
-    return {rounded(y), rounded(fy)};
+    return rounded(y) | uint32_t{rounded(fy)} << 16;
   }
   const float fy = static_cast<float>(1638400 * i) / 29580.0f + 262144.0f / 116.0f;
-  return {rounded(fy * fy * fy / 268435456.0f), rounded(fy)};
+  return rounded(fy * fy * fy / 268435456.0f) | uint32_t{rounded(fy)} << 16;
 }
 
 }  // namespace

@@ -10,10 +10,10 @@ namespace tamix {
 struct LabTables {
   LabTables();
 
-  std::array<uint16_t, 256> gamma;                     // linear light of an sRGB byte, times 2040
-  std::array<uint16_t, 3072> cube_root;                // CIE f(i / 2040), times 32768
-  std::array<uint16_t, 4096> inverse_gamma;            // sRGB byte of linear light i / 4096
-  std::array<std::array<uint16_t, 2>, 256> lightness;  // Y, then f(Y), times 16384, of a lightness byte
+  std::array<uint16_t, 256> gamma;           // linear light of an sRGB byte, times 2040
+  std::array<uint16_t, 3072> cube_root;      // CIE f(i / 2040), times 32768
+  std::array<uint16_t, 4096> inverse_gamma;  // sRGB byte of linear light i / 4096
+  std::array<uint32_t, 256> lightness;       // Y in the low half, f(Y) in the high half, times 16384, of a lightness byte
 };
 
 // The process's tables, made on first use.

@@ -18,7 +18,7 @@ namespace {
 // Pixels computed at a time: their planes stay in the nearest cache. A multiple of every vector's lanes.
 constexpr size_t kStrip = 256;
 
-// A strip: the lightness entry y + (fy << 16), a and b of its pixels, then their linear light in 12 bits.
+// A strip: the lightness entry, a and b of its pixels, then their linear light in 12 bits.
 struct Strip {
   alignas(64) uint32_t lightness[kStrip];
   alignas(64) uint8_t a[kStrip];
@@ -40,8 +40,7 @@ HWY_INLINE V curve(D di32, V v) {
 
 void loadStrip(const uint8_t* src, size_t n, const LabTables& tables, Strip& strip) {
   for (size_t i = 0; i < n; ++i) {
-    const auto [y, fy] = tables.lightness[src[3 * i]];
-    strip.lightness[i] = y | (uint32_t{fy} << 16);
+    strip.lightness[i] = tables.lightness[src[3 * i]];
     strip.a[i] = src[3 * i + 1];
     strip.b[i] = src[3 * i + 2];
   }
