@@ -17,22 +17,6 @@ HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateToInt32(D /*d*/, V v) {
 #endif
 }
 
-// The same for floats known to fit, without a repair of others (which give any value).
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE hn::Vec<hn::RebindToSigned<D>> truncateFitting(D /*d*/, V v) {
-  using Result [[maybe_unused]] = hn::Vec<hn::RebindToSigned<D>>;
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(V) == 64) return Result{_mm512_cvttps_epi32(v.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(V) == 32) return Result{_mm256_cvttps_epi32(v.raw)};
-#endif
-#if HWY_TARGET <= HWY_SSSE3
-  if constexpr (sizeof(V) == 16) return Result{_mm_cvttps_epi32(v.raw)};
-#endif
-  return hn::ConvertTo(hn::RebindToSigned<D>(), v);
-}
-
 // Rounded to the nearest integer, ties to even.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundToInt32(D d, V v) {

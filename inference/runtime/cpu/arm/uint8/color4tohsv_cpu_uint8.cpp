@@ -35,7 +35,7 @@ template <class D, class V = hn::Vec<D>>
 HWY_INLINE V scaledQuotient(D di32, V factor, V divisor, float raised_scale) {
   const hn::RebindToFloat<D> df;
   const auto quotient = hn::Mul(closeReciprocal(df, hn::ConvertTo(df, divisor)), hn::Set(df, raised_scale));
-  const auto scaled = hn::Mul(factor, truncateFitting(df, quotient));
+  const auto scaled = hn::Mul(factor, truncateInRange(df, quotient));
   return hn::ShiftRight<12>(hn::Add(scaled, hn::Set(di32, 2048)));
 }
 

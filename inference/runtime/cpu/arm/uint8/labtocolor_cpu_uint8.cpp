@@ -33,7 +33,7 @@ HWY_INLINE V curve(D di32, V v) {
   // 108 v / 841 truncated: a product's two roundings are less than this raise of the factor, and the raise is less than what
   // keeps a quotient of up to 1047 from the next integer, 1 / 841.
   constexpr float kRaisedSlope = 108.0f / 841.0f * 1.0000005f;
-  const V line = hn::Sub(truncateFitting(df, hn::Mul(hn::ConvertTo(df, v), hn::Set(df, kRaisedSlope))), hn::Set(di32, 290));
+  const V line = hn::Sub(truncateInRange(df, hn::Mul(hn::ConvertTo(df, v), hn::Set(df, kRaisedSlope))), hn::Set(di32, 290));
   const V cube = hn::ShiftRight<14>(hn::Mul(hn::ShiftRight<14>(hn::Mul(v, v)), v));
   return hn::IfThenElse(hn::Gt(v, hn::Set(di32, 3390)), cube, line);
 }
