@@ -34,7 +34,8 @@ struct BicubicGroup {
   HWY_INLINE GroupKind locate(const SourceImage& src, const int32_t* xs, const int32_t* ys, int32_t margin);
 };
 
-// kInside when all neighbours lie inside and `margin` bytes can be read from the first of the lowest row's on.
+// kInside when all neighbours of all pixels lie inside and `margin` bytes can be read from the first of the lowest row's on;
+// kOutside when none lies inside.
 HWY_INLINE GroupKind BicubicGroup::locate(const SourceImage& src, const int32_t* xs, const int32_t* ys, int32_t margin) {
   const hn::CappedTag<int32_t, kGroup> di;
   const hn::RebindToUnsigned<decltype(di)> du;
@@ -47,7 +48,12 @@ HWY_INLINE GroupKind BicubicGroup::locate(const SourceImage& src, const int32_t*
   const auto inner_width = hn::Set(du, static_cast<uint32_t>(src.width) - 3);
   const auto inner_height = hn::Set(du, static_cast<uint32_t>(src.height) - 3);
   const auto end = hn::Set(di, static_cast<int32_t>(last + 1));
+  // As unsigned numbers: left + 3 of a pixel with any neighbour inside is 0 to width + 2.
+  const auto three = hn::Set(di, 3);
+  const auto outer_width = hn::Set(du, static_cast<uint32_t>(src.width) + 3);
+  const auto outer_height = hn::Set(du, static_cast<uint32_t>(src.height) + 3);
   auto all = hn::MaskFromVec(hn::Set(di, -1));
+  auto any = hn::MaskFromVec(hn::Zero(di));
   for (size_t i = 0; i < kGroup; i += hn::Lanes(di)) {
     const auto x = hn::Load(di, xs + i);
     const auto y = hn::Load(di, ys + i);
@@ -58,10 +64,13 @@ HWY_INLINE GroupKind BicubicGroup::locate(const SourceImage& src, const int32_t*
     const auto inside = hn::And(hn::RebindMask(di, hn::Lt(hn::BitCast(du, left), inner_width)),
                                 hn::RebindMask(di, hn::Lt(hn::BitCast(du, top), inner_height)));
     all = hn::And(all, hn::And(inside, hn::Lt(at, end)));
+    any = hn::Or(any, hn::And(hn::RebindMask(di, hn::Lt(hn::BitCast(du, hn::Add(left, three)), outer_width)),
+                              hn::RebindMask(di, hn::Lt(hn::BitCast(du, hn::Add(top, three)), outer_height))));
     hn::Store(at, di, offset + i);
     hn::Store(hn::Add(hn::ShiftLeft<5>(hn::And(y, fraction)), hn::And(x, fraction)), di, entry + i);
   }
-  return hn::AllTrue(di, all) ? GroupKind::kInside : GroupKind::kMixed;
+  if (hn::AllTrue(di, all)) return GroupKind::kInside;
+  return hn::AllFalse(di, any) ? GroupKind::kOutside : GroupKind::kMixed;
 }
 
 // One pixel anywhere.
@@ -169,6 +178,11 @@ void sampleBicubic(const SourceImage& src, const WholePositions& at, uint8_t* ou
     const GroupKind kind = whole ? group.locate(src, at.x + i, at.y + i, kChannels == 3 ? 16 : 4) : GroupKind::kMixed;
     if (kind == GroupKind::kInside) {
       sampleBicubicGroup<kChannels>(src, table, group, out);
+      continue;
+    }
+    if (kind == GroupKind::kOutside) {
+      // The coefficients sum to one.
+      for (int32_t k = 0; k < kGroup; ++k) std::memcpy(out + k * kChannels, border, kChannels);
       continue;
     }
     for (int32_t k = 0; k < std::min(kGroup, n - i); ++k) {

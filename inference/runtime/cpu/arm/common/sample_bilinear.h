@@ -58,16 +58,107 @@ inline void storeTiles(const uint8_t* tiles, const BlockTarget& target) {
 
 // Interleaves a strip of three planes.
 inline void storeStrip3(const uint8_t* r, const uint8_t* g, const uint8_t* b, uint8_t* out, int32_t columns) {
-  const hn::ScalableTag<uint8_t> d;
+  const hn::ScalableTag<uint8_t> wide;
+  const hn::FixedTag<uint8_t, 16> narrow;
   const auto n = static_cast<size_t>(columns);
-  size_t i = 0;
-  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) {
+  const auto store = [&](auto d, size_t i) {
     hn::StoreInterleaved3(hn::LoadU(d, r + i), hn::LoadU(d, g + i), hn::LoadU(d, b + i), d, out + 3 * i);
-  }
+  };
+  size_t i = 0;
+  for (; i + hn::Lanes(wide) <= n; i += hn::Lanes(wide)) store(wide, i);
+  for (; i + hn::Lanes(narrow) <= n; i += hn::Lanes(narrow)) store(narrow, i);
   for (; i < n; ++i) {
     out[3 * i] = r[i];
     out[3 * i + 1] = g[i];
     out[3 * i + 2] = b[i];
+  }
+}
+
+// For a replicated border: moves pixels outside to the last neighbours inside. To the left and right a weight of 0 or 1 picks
+// one of the two exactly. Above, a weight of 0 picks the upper row; below, the rows are marked, since top + (bottom - top) is
+// not always the bottom. Weights that are NaN stay NaN. For sources of two rows and columns at least.
+HWY_INLINE void moveInside(const SourceImage& src, FloatPositions& weight, Neighbourhoods& at, int32_t entries) {
+  const hn::CappedTag<float, kGroup> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const auto origin = hn::Zero(di);
+  const auto last_x = hn::Set(di, src.width - 2);
+  const auto last_y = hn::Set(di, src.height - 2);
+  auto any_below = hn::MaskFromVec(origin);
+  for (size_t i = 0; i < static_cast<size_t>(entries); i += hn::Lanes(d)) {
+    const auto x = hn::Load(di, at.x + i);
+    const auto y = hn::Load(di, at.y + i);
+    const auto ax = hn::Load(d, weight.x + i);
+    const auto ay = hn::Load(d, weight.y + i);
+    const auto none_x = hn::Mul(ax, hn::Zero(d));  // 0 or NaN
+    const auto none_y = hn::Mul(ay, hn::Zero(d));
+    const auto right = hn::RebindMask(d, hn::Gt(x, last_x));
+    const auto below = hn::Gt(y, last_y);
+    const auto from_x = hn::IfThenElse(right, hn::Add(none_x, hn::Set(d, 1.0f)), ax);
+    const auto outside_y = hn::Or(hn::Lt(y, origin), below);
+    hn::Store(hn::IfThenElse(hn::RebindMask(d, hn::Lt(x, origin)), none_x, from_x), d, weight.x + i);
+    hn::Store(hn::IfThenElse(hn::RebindMask(d, outside_y), none_y, ay), d, weight.y + i);
+    hn::Store(hn::Min(hn::Max(x, origin), last_x), di, at.x + i);
+    hn::Store(hn::Min(hn::Max(y, origin), last_y), di, at.y + i);
+    hn::Store(hn::VecFromMask(di, below), di, at.below + i);
+    any_below = hn::Or(any_below, below);
+  }
+  at.any_below = !hn::AllFalse(di, any_below);
+}
+
+// Whole positions, weights (in place of the positions) and kinds of a block.
+HWY_INLINE void locate(const SourceImage& src, FloatPositions& position, const BlockArea& area, int32_t margin,
+                       const uint8_t* border, Neighbourhoods& at) {
+  splitPositions(position, at, area.entries());
+  at.classify(src, area.groups(), margin);
+  if (border != nullptr || src.width < 2 || src.height < 2 || at.allInside(area.groups())) return;
+  moveInside(src, position, at, area.entries());
+  at.classify(src, area.groups(), margin);
+}
+
+// One group of one channel: out[k] = the low byte of blend(d, entry, s00, s01, s10, s11), which gets the neighbours in 32-bit
+// lanes.
+template <class Blend>
+HWY_INLINE void blendGrayGroup(const GrayNeighbours& samples, int32_t group, uint8_t* out, const Blend& blend) {
+  const hn::CappedTag<float, kGroup> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const hn::Rebind<uint8_t, decltype(d)> d8;
+  const size_t first = static_cast<size_t>(group) * kGroup;
+  const uint8_t* const bytes = samples.bytes + 4 * first;
+  for (size_t i = 0; i < kGroup; i += hn::Lanes(d)) {
+    const auto sample = [&](size_t which) { return hn::PromoteTo(di, hn::LoadU(d8, bytes + which * kGroup + i)); };
+    storeLowBytes(di, blend(d, first + i, sample(0), sample(1), sample(2), sample(3)), out + i);
+  }
+}
+
+// The same for three channels, to three planes.
+template <class Blend>
+HWY_INLINE void blendRgbGroup(const RgbNeighbours& samples, int32_t group, uint8_t* red, uint8_t* green, uint8_t* blue,
+                              const Blend& blend) {
+  const hn::CappedTag<float, kGroup> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  const hn::Repartition<uint8_t, decltype(d)> d8;
+  const auto byte = hn::Set(du, 0xFF);
+  const size_t first = static_cast<size_t>(group) * kGroup;
+  for (size_t k = 0; k < kGroup; k += hn::Lanes(d)) {
+    const size_t i = first + k;
+    const auto halves = [&](const uint8_t* pairs, auto& low, auto& high) {
+      const auto lower_pixels = hn::BitCast(du, hn::Load(d8, pairs + 8 * i));
+      const auto upper_pixels = hn::BitCast(du, hn::Load(d8, pairs + 8 * i + hn::Lanes(d8)));
+      low = hn::ConcatEven(du, upper_pixels, lower_pixels);  // left 0, left 1, left 2, right 0
+      high = hn::ConcatOdd(du, upper_pixels, lower_pixels);  // right 1, right 2
+    };
+    hn::Vec<decltype(du)> upper, upper_right, lower, lower_right;
+    halves(samples.upper, upper, upper_right);
+    halves(samples.lower, lower, lower_right);
+    const auto channel = [&](auto s00, auto s01, auto s10, auto s11, uint8_t* plane) {
+      const auto cut = [&](auto v) { return hn::BitCast(di, hn::And(v, byte)); };
+      storeLowBytes(di, blend(d, i, cut(s00), cut(s01), cut(s10), cut(s11)), plane + k);
+    };
+    channel(upper, hn::ShiftRight<24>(upper), lower, hn::ShiftRight<24>(lower), red);
+    channel(hn::ShiftRight<8>(upper), upper_right, hn::ShiftRight<8>(lower), lower_right, green);
+    channel(hn::ShiftRight<16>(upper), hn::ShiftRight<8>(upper_right), hn::ShiftRight<16>(lower),
+            hn::ShiftRight<8>(lower_right), blue);
   }
 }
 
@@ -76,24 +167,16 @@ inline void storeStrip3(const uint8_t* r, const uint8_t* g, const uint8_t* b, ui
 template <BlendRounding kRounding>
 void sampleBilinearGray(const SourceImage& src, FloatPositions& position, const BlockArea& area, const BlockTarget& target,
                         const uint8_t* border) {
-  const hn::CappedTag<float, kGroup> d;
-  const hn::RebindToSigned<decltype(d)> di;
-  const hn::Rebind<uint8_t, decltype(d)> d8;
   Neighbourhoods at;
   GrayNeighbours samples;
   alignas(64) uint8_t out[kBlockPixels];
-  splitPositions(position, at, area.entries());
-  at.classify(src, area.groups(), 2);
+  locate(src, position, area, 2, border, at);
   samples.fetch(src, at, area.groups(), border);
-  for (size_t g = 0; g < static_cast<size_t>(area.entries()); g += kGroup) {
-    for (size_t i = g; i < g + kGroup; i += hn::Lanes(d)) {
-      const auto sample = [&](size_t which) {
-        return hn::PromoteTo(di, hn::LoadU(d8, samples.bytes + 3 * g + which * kGroup + i));
-      };
-      const auto blend = blendFloat<kRounding>(d, hn::Load(d, position.x + i), hn::Load(d, position.y + i), sample(0),
-                                               sample(1), sample(2), sample(3));
-      storeLowBytes(di, blend, out + i);
-    }
+  if (at.any_below) samples.repeatLower(at, area.entries());
+  for (int32_t g = 0; g < area.groups(); ++g) {
+    blendGrayGroup(samples, g, out + g * kGroup, [&](auto d, size_t i, auto s00, auto s01, auto s10, auto s11) {
+      return blendFloat<kRounding>(d, hn::Load(d, position.x + i), hn::Load(d, position.y + i), s00, s01, s10, s11);
+    });
   }
   storeTiles(out, target);
 }
@@ -102,37 +185,18 @@ void sampleBilinearGray(const SourceImage& src, FloatPositions& position, const 
 template <BlendRounding kRounding>
 void sampleBilinearRgb(const SourceImage& src, FloatPositions& position, const BlockArea& area, const BlockTarget& target,
                        const uint8_t* border) {
-  const hn::CappedTag<float, kGroup> d;
-  const hn::RebindToSigned<decltype(d)> di;
-  const hn::RebindToUnsigned<decltype(d)> du;
-  const hn::Repartition<uint8_t, decltype(d)> d8;
   Neighbourhoods at;
   RgbNeighbours samples;
   alignas(64) uint8_t out[3][kBlockPixels];
-  splitPositions(position, at, area.entries());
-  at.classify(src, area.groups(), 8);
+  locate(src, position, area, 8, border, at);
   samples.fetch(src, at, area.groups(), border);
-  const auto byte = hn::Set(du, 0xFF);
-  for (size_t i = 0; i < static_cast<size_t>(area.entries()); i += hn::Lanes(d)) {
-    const auto ax = hn::Load(d, position.x + i);
-    const auto ay = hn::Load(d, position.y + i);
-    const auto halves = [&](const uint8_t* pairs, auto& low, auto& high) {
-      const auto first = hn::BitCast(du, hn::Load(d8, pairs + 8 * i));
-      const auto second = hn::BitCast(du, hn::Load(d8, pairs + 8 * i + hn::Lanes(d8)));
-      low = hn::ConcatEven(du, second, first);  // left 0, left 1, left 2, right 0
-      high = hn::ConcatOdd(du, second, first);  // right 1, right 2
-    };
-    hn::Vec<decltype(du)> upper, upper_right, lower, lower_right;
-    halves(samples.upper, upper, upper_right);
-    halves(samples.lower, lower, lower_right);
-    const auto channel = [&](auto s00, auto s01, auto s10, auto s11, uint8_t* plane) {
-      const auto cut = [&](auto v) { return hn::BitCast(di, hn::And(v, byte)); };
-      storeLowBytes(di, blendFloat<kRounding>(d, ax, ay, cut(s00), cut(s01), cut(s10), cut(s11)), plane + i);
-    };
-    channel(upper, hn::ShiftRight<24>(upper), lower, hn::ShiftRight<24>(lower), out[0]);
-    channel(hn::ShiftRight<8>(upper), upper_right, hn::ShiftRight<8>(lower), lower_right, out[1]);
-    channel(hn::ShiftRight<16>(upper), hn::ShiftRight<8>(upper_right), hn::ShiftRight<16>(lower),
-            hn::ShiftRight<8>(lower_right), out[2]);
+  if (at.any_below) samples.repeatLower(at, area.entries());
+  for (int32_t g = 0; g < area.groups(); ++g) {
+    blendRgbGroup(samples, g, out[0] + g * kGroup, out[1] + g * kGroup, out[2] + g * kGroup,
+                  [&](auto d, size_t i, auto s00, auto s01, auto s10, auto s11) {
+                    return blendFloat<kRounding>(d, hn::Load(d, position.x + i), hn::Load(d, position.y + i), s00, s01, s10,
+                                                 s11);
+                  });
   }
   storeStrip3(out[0], out[1], out[2], target.data, target.columns);
 }

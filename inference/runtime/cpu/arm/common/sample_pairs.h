@@ -13,6 +13,14 @@ struct Neighbourhoods {
   alignas(64) int32_t offset[kBlockPixels];  // bytes from the source's first; kInside groups only
   GroupKind kind[kBlockPixels / kGroup];     // kInside: all neighbours of all pixels lie inside; kOutside: none of them
 
+  // Replicated borders: pixels below the source, moved up by a row; not 0 where both their rows are the lower one.
+  alignas(64) int32_t below[kBlockPixels];
+  bool any_below = false;
+
+  bool allInside(int32_t groups) const {
+    return std::all_of(kind, kind + groups, [](GroupKind k) { return k == GroupKind::kInside; });
+  }
+
   // Fills offset and kind from x and y. `margin`: bytes that must be readable from the lower left neighbour on.
   HWY_INLINE void classify(const SourceImage& src, int32_t groups, int32_t margin);
 };
@@ -52,6 +60,12 @@ HWY_INLINE void Neighbourhoods::classify(const SourceImage& src, int32_t groups,
   }
 }
 
+// How one pixel lies to the source: kInside when all four neighbours lie inside.
+inline GroupKind pixelKind(const SourceImage& src, int64_t x, int64_t y) {
+  if (x >= 0 && x < src.width - 1 && y >= 0 && y < src.height - 1) return GroupKind::kInside;
+  return x < -1 || x >= src.width || y < -1 || y >= src.height ? GroupKind::kOutside : GroupKind::kMixed;
+}
+
 // One neighbour of a pixel, wherever it lies: outside it is the border's pixel, or without one the nearest of the source.
 inline const uint8_t* neighbour(const SourceImage& src, int64_t x, int64_t y, const uint8_t* border) {
   return border != nullptr && !src.contains(x, y) ? border : src.nearestPixel(x, y);
@@ -61,13 +75,44 @@ inline const uint8_t* neighbour(const SourceImage& src, int64_t x, int64_t y, co
 struct GrayNeighbours {
   alignas(64) uint8_t bytes[4 * kBlockPixels];
 
+  // Those of kInside groups only, or of all.
+  template <bool kInsideOnly = false>
   HWY_INLINE void fetch(const SourceImage& src, const Neighbourhoods& at, int32_t groups, const uint8_t* border);
+
+  void repeatLower(const Neighbourhoods& at, int32_t entries) {
+    for (int32_t i = 0; i < entries; ++i) {
+      uint8_t* const upper = bytes + i / kGroup * 4 * kGroup + i % kGroup;
+      if (at.below[i] == 0) continue;
+      upper[0] = upper[32];
+      upper[16] = upper[48];
+    }
+  }
 
  private:
   // Windows of 8 rows by 8 columns of the source, one per group, as long as they cover what the group needs.
   HWY_INLINE bool fetchWindow(const SourceImage& src, const int32_t* xs, const int32_t* ys, uint8_t* out, uint8_t* index);
   HWY_INLINE static void pickFromWindow(uint8_t* window, const uint8_t* index);
+  static void fetchPixel(const SourceImage& src, int64_t x, int64_t y, const uint8_t* border, uint8_t* out);
 };
+
+inline void GrayNeighbours::fetchPixel(const SourceImage& src, int64_t x, int64_t y, const uint8_t* border, uint8_t* out) {
+  const GroupKind kind = pixelKind(src, x, y);
+  if (kind == GroupKind::kInside) {
+    const uint8_t* const upper = src.pixel(x, y);
+    const uint8_t* const lower = upper + src.pitch;
+    out[0] = upper[0];
+    out[16] = upper[1];
+    out[32] = lower[0];
+    out[48] = lower[1];
+  } else if (kind == GroupKind::kOutside && border != nullptr) {
+    out[0] = out[16] = out[32] = out[48] = *border;
+  } else {
+    out[0] = *neighbour(src, x, y, border);
+    out[16] = *neighbour(src, x + 1, y, border);
+    out[32] = *neighbour(src, x, y + 1, border);
+    out[48] = *neighbour(src, x + 1, y + 1, border);
+  }
+}
 
 // Loads the window and the positions of the 16 upper left neighbours in it, row * 8 + column.
 HWY_INLINE bool GrayNeighbours::fetchWindow(const SourceImage& src, const int32_t* xs, const int32_t* ys, uint8_t* out,
@@ -105,6 +150,7 @@ HWY_INLINE void GrayNeighbours::pickFromWindow(uint8_t* window, const uint8_t* i
   }
 }
 
+template <bool kInsideOnly>
 HWY_INLINE void GrayNeighbours::fetch(const SourceImage& src, const Neighbourhoods& at, int32_t groups, const uint8_t* border) {
   alignas(64) uint8_t index[kBlockPixels];
   bool windowed[kBlockPixels / kGroup];
@@ -113,6 +159,7 @@ HWY_INLINE void GrayNeighbours::fetch(const SourceImage& src, const Neighbourhoo
     const int32_t first = g * kGroup;
     uint8_t* const out = bytes + 4 * first;
     windowed[g] = false;
+    if (kInsideOnly && at.kind[g] != GroupKind::kInside) continue;
     if (at.kind[g] == GroupKind::kInside) {
       windowed[g] = fetchWindow(src, at.x + first, at.y + first, out, index + first);
       if (windowed[g]) continue;
@@ -127,14 +174,7 @@ HWY_INLINE void GrayNeighbours::fetch(const SourceImage& src, const Neighbourhoo
     } else if (at.kind[g] == GroupKind::kOutside && border != nullptr) {
       std::memset(out, *border, 4 * kGroup);
     } else {
-      for (int32_t k = 0; k < kGroup; ++k) {
-        const int64_t x = at.x[first + k];
-        const int64_t y = at.y[first + k];
-        out[k] = *neighbour(src, x, y, border);
-        out[k + 16] = *neighbour(src, x + 1, y, border);
-        out[k + 32] = *neighbour(src, x, y + 1, border);
-        out[k + 48] = *neighbour(src, x + 1, y + 1, border);
-      }
+      for (int32_t k = 0; k < kGroup; ++k) fetchPixel(src, at.x[first + k], at.y[first + k], border, out + k);
     }
   }
   for (int32_t g = 0; g < groups; ++g) {
@@ -147,7 +187,14 @@ struct RgbNeighbours {
   alignas(64) uint8_t upper[8 * kBlockPixels];
   alignas(64) uint8_t lower[8 * kBlockPixels];
 
+  template <bool kInsideOnly = false>
   HWY_INLINE void fetch(const SourceImage& src, const Neighbourhoods& at, int32_t groups, const uint8_t* border);
+
+  void repeatLower(const Neighbourhoods& at, int32_t entries) {
+    for (int32_t i = 0; i < entries; ++i) {
+      if (at.below[i] != 0) std::memcpy(upper + 8 * i, lower + 8 * i, 8);
+    }
+  }
 
  private:
   static void join(const uint8_t* left, const uint8_t* right, uint8_t* out) {
@@ -155,11 +202,31 @@ struct RgbNeighbours {
     std::memcpy(out + 3, right, 3);
     std::memset(out + 6, 0, 2);
   }
+  void fetchPixel(const SourceImage& src, int64_t x, int64_t y, const uint8_t* border, int32_t i);
 };
 
+inline void RgbNeighbours::fetchPixel(const SourceImage& src, int64_t x, int64_t y, const uint8_t* border, int32_t i) {
+  const GroupKind kind = pixelKind(src, x, y);
+  uint8_t* const above = upper + 8 * i;
+  uint8_t* const below = lower + 8 * i;
+  if (kind == GroupKind::kInside) {
+    const uint8_t* const left = src.pixel(x, y);
+    join(left, left + 3, above);
+    join(left + src.pitch, left + src.pitch + 3, below);
+  } else if (kind == GroupKind::kOutside && border != nullptr) {
+    join(border, border, above);
+    join(border, border, below);
+  } else {
+    join(neighbour(src, x, y, border), neighbour(src, x + 1, y, border), above);
+    join(neighbour(src, x, y + 1, border), neighbour(src, x + 1, y + 1, border), below);
+  }
+}
+
+template <bool kInsideOnly>
 HWY_INLINE void RgbNeighbours::fetch(const SourceImage& src, const Neighbourhoods& at, int32_t groups, const uint8_t* border) {
   for (int32_t g = 0; g < groups; ++g) {
     const bool inside = at.kind[g] == GroupKind::kInside;
+    if (kInsideOnly && !inside) continue;
     const bool outside = at.kind[g] == GroupKind::kOutside && border != nullptr;
     for (int32_t i = g * kGroup; i < (g + 1) * kGroup; ++i) {
       if (inside) {
@@ -170,10 +237,7 @@ HWY_INLINE void RgbNeighbours::fetch(const SourceImage& src, const Neighbourhood
         join(border, border, upper + 8 * i);
         join(border, border, lower + 8 * i);
       } else {
-        const int64_t x = at.x[i];
-        const int64_t y = at.y[i];
-        join(neighbour(src, x, y, border), neighbour(src, x + 1, y, border), upper + 8 * i);
-        join(neighbour(src, x, y + 1, border), neighbour(src, x + 1, y + 1, border), lower + 8 * i);
+        fetchPixel(src, at.x[i], at.y[i], border, i);
       }
     }
   }

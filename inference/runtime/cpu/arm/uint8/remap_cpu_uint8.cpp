@@ -17,18 +17,16 @@ void roundMap(const float* map, int32_t n, int32_t* out) {
 }
 
 // The map values of a block in the block's layout. Entries beyond the destination repeat its last column or row.
+template <Layout kLayout>
 void copyMap(Plane<const float> map, const BlockArea& area, float* out) {
-  const int32_t rows = blockRows(area.layout);
-  const int32_t columns = groupColumns(area.layout);
-  for (int32_t r = 0; r < rows; ++r) {
+  constexpr int32_t kColumns = groupColumns(kLayout);
+  for (int32_t r = 0; r < blockRows(kLayout); ++r) {
     const float* const row = map.row(ptrdiff_t{area.y} + std::min(r, area.rows - 1)) + area.x;
-    float* first = out + entryOf(area.layout, r, 0);
+    float* first = out + entryOf(kLayout, r, 0);
     int32_t c = 0;
-    for (; c + columns <= area.columns; c += columns, first += kGroup) {
-      std::memcpy(first, row + c, static_cast<size_t>(columns) * sizeof(float));
-    }
+    for (; c + kColumns <= area.columns; c += kColumns, first += kGroup) std::memcpy(first, row + c, kColumns * sizeof(float));
     if (c == area.columns) continue;
-    for (int32_t k = 0; k < columns; ++k) first[k] = row[std::min(c + k, area.columns - 1)];
+    for (int32_t k = 0; k < kColumns; ++k) first[k] = row[std::min(c + k, area.columns - 1)];
   }
 }
 
@@ -52,12 +50,13 @@ void remapNearest(const SourceImage& src, Plane<uint8_t> dst, int32_t width, int
   });
 }
 
+template <Layout kLayout>
 void remapLinear(const SourceImage& src, Plane<uint8_t> dst, int32_t width, int32_t height, const Maps& maps,
                  const uint8_t* border) {
   FloatPositions at;
-  forEachBlock(bilinearLayout(src.channels), width, height, [&](const BlockArea& area) {
-    copyMap(maps.x, area, at.x);
-    copyMap(maps.y, area, at.y);
+  forEachBlock(kLayout, width, height, [&](const BlockArea& area) {
+    copyMap<kLayout>(maps.x, area, at.x);
+    copyMap<kLayout>(maps.y, area, at.y);
     const BlockTarget out = target(dst, area, src.channels);
     return border != nullptr ? remapLinearConst_(src, at, area, out, border) : remapLinearReplicate_(src, at, area, out);
   });
@@ -188,11 +187,10 @@ int32_t remapCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t src_width, int32
   const Plane<uint8_t> out{dst, dst_pitch};
   const Maps maps{{x_map, x_map_stride}, {y_map, y_map_stride}};
   const uint8_t* const border = constant ? border_value : nullptr;
-  if (linear) {
-    remapLinear(source, out, dst_width, dst_height, maps, border);
-  } else {
-    remapNearest(source, out, dst_width, dst_height, maps, border);
-  }
+  const auto run = !linear                                      ? remapNearest
+                   : bilinearLayout(channels) == Layout::kTiles ? remapLinear<Layout::kTiles>
+                                                                : remapLinear<Layout::kStrip>;
+  run(source, out, dst_width, dst_height, maps, border);
   return TAMIX_OK;
 }
 

@@ -63,25 +63,123 @@ void warpPixel(const SourceImage& src, float sx, float sy, uint8_t* out) {
 }
 
 // Source positions of a block.
+template <Layout kLayout>
 void affinePositions(const Rotation& m, const BlockArea& area, FloatPositions& at) {
-  const int32_t rows = blockRows(area.layout);
-  for (int32_t r = 0; r < rows; ++r) {
+  constexpr int32_t kColumns = groupColumns(kLayout);
+  const hn::CappedTag<double, kColumns> d;
+  const hn::Rebind<float, decltype(d)> df;
+  alignas(64) double along_a[kBlockPixels];
+  alignas(64) double along_b[kBlockPixels];
+  for (int32_t c = 0; c < area.groups() * kColumns; ++c) {
+    const double dx = static_cast<double>(int64_t{area.x} + c) - m.t0;
+    along_a[c] = m.a * dx;
+    along_b[c] = m.b * dx;
+  }
+  for (int32_t r = 0; r < blockRows(kLayout); ++r) {
     const double dy = static_cast<double>(int64_t{area.y} + r) - m.t1;
-    const double row_x = m.b * dy;
-    const double row_y = m.a * dy;
-    for (int32_t c = 0; c < area.groups() * groupColumns(area.layout); ++c) {
-      const double dx = static_cast<double>(int64_t{area.x} + c) - m.t0;
-      const int32_t entry = entryOf(area.layout, r, c);
-      at.x[entry] = static_cast<float>(m.a * dx - row_x);
-      at.y[entry] = static_cast<float>(m.b * dx + row_y);
+    const auto row_x = hn::Set(d, m.b * dy);
+    const auto row_y = hn::Set(d, m.a * dy);
+    for (int32_t g = 0; g < area.groups(); ++g) {
+      for (size_t k = 0; k < kColumns; k += hn::Lanes(d)) {
+        const size_t c = static_cast<size_t>(g) * kColumns + k;
+        const size_t entry = static_cast<size_t>(entryOf(kLayout, r, g * kColumns)) + k;
+        hn::StoreU(hn::DemoteTo(df, hn::Sub(hn::Load(d, along_a + c), row_x)), df, at.x + entry);
+        hn::StoreU(hn::DemoteTo(df, hn::Add(hn::Load(d, along_b + c), row_y)), df, at.y + entry);
+      }
     }
   }
+}
+
+// What a block's blends need: the whole parts of the positions with their kinds, and the weights, 0 to 2048, of the left column
+// and the upper row. Only kInside groups have meaning; the others are taken pixel by pixel or not at all.
+struct FixedBlock {
+  Neighbourhoods at;
+  alignas(64) int32_t wx[kBlockPixels];
+  alignas(64) int32_t wy[kBlockPixels];
+
+  void locate(const SourceImage& src, const FloatPositions& position, const BlockArea& area, int32_t margin) {
+    const hn::CappedTag<float, kGroup> d;
+    const hn::RebindToSigned<decltype(d)> di;
+    const auto split = [&](const float* positions, int32_t* whole, int32_t* weight) {
+      const auto v = hn::Load(d, positions);
+      const auto floor = hn::Floor(v);
+      hn::Store(truncateToInt32(d, floor), di, whole);
+      const auto share = hn::Add(hn::Sub(floor, v), hn::Set(d, 1.0f));
+      hn::Store(truncateInRange(d, hn::Mul(share, hn::Set(d, kOne))), di, weight);
+    };
+    for (size_t i = 0; i < static_cast<size_t>(area.entries()); i += hn::Lanes(d)) {
+      split(position.x + i, at.x + i, wx + i);
+      split(position.y + i, at.y + i, wy + i);
+    }
+    at.classify(src, area.groups(), margin);
+  }
+
+  // blendPixel in 32-bit lanes; a w + b (2048 - w) = (a - b) w + 2048 b.
+  template <class D, class VI>
+  HWY_INLINE VI blend(D /*d*/, size_t i, VI s00, VI s01, VI s10, VI s11) const {
+    const hn::RebindToSigned<D> di;
+    const auto mix = [](auto a, auto b, auto w) { return hn::Add(hn::Mul(hn::Sub(a, b), w), hn::ShiftLeft<11>(b)); };
+    const auto vertical = hn::Load(di, wy + i);
+    return hn::ShiftRight<kShift>(mix(mix(s00, s10, vertical), mix(s01, s11, vertical), hn::Load(di, wx + i)));
+  }
+};
+
+// The pixels of a group that is not inside as a whole.
+void warpGroup(const SourceImage& src, const FloatPositions& at, const BlockArea& area, int32_t group, Plane<uint8_t> dst) {
+  const int32_t columns = groupColumns(area.layout);
+  for (int32_t r = 0; r < area.rows; ++r) {
+    for (int32_t c = group * columns; c < std::min(area.columns, (group + 1) * columns); ++c) {
+      const int32_t entry = entryOf(area.layout, r, c);
+      warpPixel(src, at.x[entry], at.y[entry], dst.row(ptrdiff_t{area.y} + r) + (ptrdiff_t{area.x} + c) * src.channels);
+    }
+  }
+}
+
+void warpGray(const SourceImage& src, const Rotation& m, Plane<uint8_t> dst) {
+  FloatPositions position;
+  FixedBlock block;
+  GrayNeighbours samples;
+  const auto blend = [&](auto... arguments) { return block.blend(arguments...); };
+  forEachBlock(Layout::kTiles, src.width, src.height, [&](const BlockArea& area) {
+    affinePositions<Layout::kTiles>(m, area, position);
+    block.locate(src, position, area, 2);
+    samples.fetch<true>(src, block.at, area.groups(), nullptr);
+    for (int32_t g = 0; g < area.groups(); ++g) {
+      if (block.at.kind[g] == GroupKind::kMixed) warpGroup(src, position, area, g, dst);
+      if (block.at.kind[g] != GroupKind::kInside) continue;
+      alignas(16) uint8_t out[kGroup];
+      blendGrayGroup(samples, g, out, blend);
+      storeTiles(out, {dst.row(area.y) + area.x + 4 * g, dst.pitch, std::min(area.columns - 4 * g, 4), area.rows});
+    }
+    return true;
+  });
+}
+
+void warpRgb(const SourceImage& src, const Rotation& m, Plane<uint8_t> dst) {
+  FloatPositions position;
+  FixedBlock block;
+  RgbNeighbours samples;
+  const auto blend = [&](auto... arguments) { return block.blend(arguments...); };
+  alignas(64) uint8_t out[3][kBlockPixels];
+  forEachBlock(Layout::kStrip, src.width, src.height, [&](const BlockArea& area) {
+    affinePositions<Layout::kStrip>(m, area, position);
+    block.locate(src, position, area, 8);
+    samples.fetch<true>(src, block.at, area.groups(), nullptr);
+    uint8_t* const row = dst.row(area.y) + ptrdiff_t{area.x} * 3;
+    for (int32_t g = 0; g < area.groups(); ++g) {
+      if (block.at.kind[g] == GroupKind::kMixed) warpGroup(src, position, area, g, dst);
+      if (block.at.kind[g] != GroupKind::kInside) continue;
+      blendRgbGroup(samples, g, out[0], out[1], out[2], blend);
+      storeStrip3(out[0], out[1], out[2], row + 3 * g * kGroup, std::min(area.columns - g * kGroup, kGroup));
+    }
+    return true;
+  });
 }
 
 void warpAnyChannels(const SourceImage& src, const Rotation& m, Plane<uint8_t> dst) {
   FloatPositions at;
   forEachBlock(Layout::kStrip, src.width, src.height, [&](const BlockArea& area) {
-    affinePositions(m, area, at);
+    affinePositions<Layout::kStrip>(m, area, at);
     uint8_t* const out = dst.row(area.y) + ptrdiff_t{area.x} * src.channels;
     for (int32_t c = 0; c < area.columns; ++c) warpPixel(src, at.x[c], at.y[c], out + ptrdiff_t{c} * src.channels);
     return true;
@@ -97,7 +195,14 @@ int32_t warpAffineCPUUINT8(const uint8_t* src, int32_t src_height, int32_t src_w
   const SourceImage source{src, src_width, src_height, ptrdiff_t{src_width} * channels, channels};
   if (source.empty() || channels < 1) return TAMIX_OK;
   const Rotation m = inverseRotation(src_width, src_height, angle, scale);
-  warpAnyChannels(source, m, {dst, ptrdiff_t{dst_width} * channels});
+  const Plane<uint8_t> out{dst, ptrdiff_t{dst_width} * channels};
+  if (channels == 1) {
+    warpGray(source, m, out);
+  } else if (channels == 3) {
+    warpRgb(source, m, out);
+  } else {
+    warpAnyChannels(source, m, out);
+  }
   return TAMIX_OK;
 }
 
