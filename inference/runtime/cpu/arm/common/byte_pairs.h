@@ -23,20 +23,10 @@ HWY_INLINE auto oddBytes(D d, V v) {
 #if HWY_TARGET != HWY_NEON
 // bytes[2i] * weights[2i] + bytes[2i + 1] * weights[2i + 1]. Weights 0..127; a sum must not exceed 32767.
 template <class D, class V = hn::Vec<D>>
-HWY_INLINE auto multiplyAddNeighbours(D d, V bytes, V weights) {
-#if HWY_TARGET <= HWY_SSSE3
-  using V16 = hn::Vec<hn::RepartitionToWide<D>>;
-#endif
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(V) == 64) return V16{_mm512_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(V) == 32) return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-#if HWY_TARGET <= HWY_SSSE3
-  if constexpr (sizeof(V) == 16) return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
-#endif
-  return hn::Add(hn::Mul(evenBytes(d, bytes), evenBytes(d, weights)), hn::Mul(oddBytes(d, bytes), oddBytes(d, weights)));
+HWY_INLINE auto multiplyAddNeighbours(D /*d*/, V bytes, V weights) {
+  const hn::RepartitionToWide<D> wide;
+  const hn::RebindToSigned<decltype(wide)> wide_signed;
+  return hn::BitCast(wide, multiplyAddPairs(wide_signed, bytes, hn::BitCast(hn::RebindToSigned<D>(), weights)));
 }
 #endif
 

@@ -133,22 +133,17 @@ HWY_INLINE hn::Vec<D> narrowToInt8(D d, V16 lo, V16 hi) {
 // The narrowing functions' result in order where lo and hi were consecutive vectors: 64-bit lanes 0, 2, 4 ..., 1, 3, 5 ...
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V narrowedInOrder(D d, V v) {
-  if constexpr (sizeof(V) <= 16) {
-    return v;
-  } else {
-    const hn::Repartition<uint64_t, D> d64;
-#if HWY_TARGET <= HWY_AVX2
-    if constexpr (sizeof(V) == 32) {
-      return hn::BitCast(d, hn::Vec<decltype(d64)>{_mm256_permute4x64_epi64(hn::BitCast(d64, v).raw, 0xD8)});
-    }
-#endif
-    alignas(64) uint64_t order[hn::MaxLanes(d64)];
-    for (size_t i = 0; i < hn::MaxLanes(d64) / 2; ++i) {
-      order[i] = 2 * i;
-      order[i + hn::MaxLanes(d64) / 2] = 2 * i + 1;
-    }
-    return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d64, v), hn::SetTableIndices(d64, order)));
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) {
+    return V{_mm512_permutexvar_epi64(_mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0), v.raw)};
   }
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  if constexpr (sizeof(V) == 32) return V{_mm256_permute4x64_epi64(v.raw, 0xD8)};
+#endif
+  static_assert(sizeof(V) <= 16 || HWY_TARGET <= HWY_AVX2);
+  (void)d;
+  return v;
 }
 
 // (v + 128) >> 8 of consecutive vectors of unsigned 16-bit lanes, none above 65407. D is a tag of uint8_t.

@@ -1,6 +1,7 @@
 // Weighted sums of an element of a row and its neighbour, for scattered elements: the horizontal half of a bilinear resize.
 #pragma once
 
+#include "inference/runtime/cpu/arm/common/byte_pairs.h"
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
 #include "inference/runtime/cpu/arm/common/row_lookup.h"
 
@@ -15,6 +16,61 @@ template <class V>
 struct Consecutive {
   V first;
   V second;
+};
+
+// The vertical half in 128ths: (a * w + b * (128 - w) + 64) >> 7 of plain pixels, as Pixels::kFlipped.
+class RowBlend {
+ public:
+  using D = hn::ScalableTag<uint8_t>;
+  using V = hn::Vec<D>;
+
+  // w: 0 to 128.
+  explicit RowBlend(uint8_t w) : first_(hn::Set(D(), w)), second_(hn::Set(D(), static_cast<uint8_t>(128 - w))) {}
+
+  HWY_INLINE V operator()(V a, V b) const {
+    const D d;
+#if HWY_TARGET == HWY_NEON
+    const uint16x8_t lo =
+        vmlal_u8(vmull_u8(vget_low_u8(a.raw), vget_low_u8(first_.raw)), vget_low_u8(b.raw), vget_low_u8(second_.raw));
+    const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(a.raw, first_.raw), b.raw, second_.raw);
+    using V16 = hn::Vec<hn::Repartition<uint16_t, D>>;
+    return roundShiftRightNarrowToUint8<7>(d, V16(lo), V16(hi));
+#else
+    const hn::RebindToSigned<D> di;
+    const hn::Repartition<int16_t, D> d16;
+    const auto weights = hn::InterleaveLower(d, first_, second_);
+    const V flip = hn::Set(d, 0x80);
+    const V fa = hn::Xor(a, flip);
+    const V fb = hn::Xor(b, flip);
+    const auto lo = multiplyAddPairs(d16, weights, hn::BitCast(di, hn::InterleaveLower(d, fa, fb)));
+    const auto hi = multiplyAddPairs(d16, weights, hn::BitCast(di, hn::InterleaveUpper(d, fa, fb)));
+    return hn::BitCast(d, narrowToInt8(di, hn::MulFixedPoint15(lo, in7Bits(d16)), hn::MulFixedPoint15(hi, in7Bits(d16))));
+#endif
+  }
+
+  // The end of the horizontal half: (sum + 64) >> 7 of sums of flipped pixels with weights that add up to 128, as plain pixels.
+  template <class V16>
+  static HWY_INLINE V finish(const Consecutive<V16>& sums) {
+    const D d;
+#if HWY_TARGET == HWY_NEON
+    return roundShiftRightNarrowToUint8<7>(d, sums.first, sums.second);
+#else
+    const hn::RebindToSigned<D> di;
+    const auto scale = in7Bits(hn::Repartition<int16_t, D>());
+    const auto v = narrowToInt8(di, hn::MulFixedPoint15(sums.first, scale), hn::MulFixedPoint15(sums.second, scale));
+    return hn::Xor(narrowedInOrder(d, hn::BitCast(d, v)), hn::Set(d, 0x80));
+#endif
+  }
+
+ private:
+  // (v * 256 + 2^14) >> 15 is (v + 64) >> 7.
+  template <class D16>
+  static HWY_INLINE hn::Vec<D16> in7Bits(D16 d16) {
+    return hn::Set(d16, 256);
+  }
+
+  V first_;
+  V second_;
 };
 
 // sum[e] = row[p] * (total - w) + row[p + step] * w for n elements, each with a position p and a weight w. Fill in position()
@@ -108,18 +164,14 @@ class NeighbourSums {
 
  private:
 #if HWY_TARGET == HWY_NEON
-  // Left neighbours of a whole block, then right ones.
   static constexpr size_t kWindows = 1;
-  static constexpr size_t left(size_t i) { return i; }
-  static constexpr size_t right(size_t i) { return kBlock + i; }
 #else
-  // Left and right neighbours side by side, for half a block.
   static constexpr size_t kWindows = 2;
-  static constexpr size_t left(size_t i) { return 2 * i; }
-  static constexpr size_t right(size_t i) { return 2 * i + 1; }
 #endif
   static constexpr size_t kPerWindow = kBlock / kWindows;
   static constexpr size_t kIndexBytes = 2 * kPerWindow;
+  static constexpr size_t left(size_t i) { return pairLane(i, 0, kIndexBytes); }
+  static constexpr size_t right(size_t i) { return pairLane(i, 1, kIndexBytes); }
 
   static size_t blockCount(size_t n) { return (n + kBlock - 1) / kBlock; }
 

@@ -115,55 +115,22 @@ int32_t resizebilinearNarrow3ChannelIntrisic(const Resize& r) {
 
 // Rows of one source row's bytes; with flipped pixels (neighbour_sums.h) the result is flipped too.
 void blendRowsIn128ths(const uint8_t* s0, const uint8_t* s1, uint8_t w0, size_t n, uint8_t* HWY_RESTRICT out) {
-  const auto w1 = static_cast<uint8_t>(128 - w0);
-#if HWY_TARGET == HWY_NEON
-  const uint8x16_t first = vdupq_n_u8(w0);
-  const uint8x16_t second = vdupq_n_u8(w1);
-  const auto blend = [&](auto d, auto a, auto b) HWY_ATTR {
-    const uint16x8_t lo = vmlal_u8(vmull_u8(vget_low_u8(a.raw), vget_low_u8(first)), vget_low_u8(b.raw), vget_low_u8(second));
-    const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(a.raw, first), b.raw, second);
-    const hn::Repartition<uint16_t, decltype(d)> d16;
-    return roundShiftRightNarrowToUint8<7>(d, hn::Vec<decltype(d16)>(lo), hn::Vec<decltype(d16)>(hi));
-  };
-#else
-  const hn::ScalableTag<uint8_t> d8;
-  const hn::ScalableTag<int16_t> d16;
-  const auto weights = hn::InterleaveLower(d8, hn::Set(d8, w0), hn::Set(d8, w1));
-  const auto blend = [&](auto d, auto a, auto b) HWY_ATTR {
-    const hn::RebindToSigned<decltype(d)> di;
-    const auto flip = hn::Set(d, 0x80);
-    const auto fa = hn::Xor(a, flip);
-    const auto fb = hn::Xor(b, flip);
-    // (sum * 256 + 2^14) >> 15 is (sum + 64) >> 7.
-    const auto round = [&](auto pairs) HWY_ATTR {
-      return hn::MulFixedPoint15(multiplyAddPairs(d16, weights, hn::BitCast(di, pairs)), hn::Set(d16, 256));
-    };
-    return hn::BitCast(d, narrowToInt8(di, round(hn::InterleaveLower(d, fa, fb)), round(hn::InterleaveUpper(d, fa, fb))));
-  };
-#endif
+  const RowBlend blend(w0);
   const hn::ScalableTag<uint8_t> d;
   size_t i = 0;
-  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) hn::Store(blend(d, hn::LoadU(d, s0 + i), hn::LoadU(d, s1 + i)), d, out + i);
+  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) hn::Store(blend(hn::LoadU(d, s0 + i), hn::LoadU(d, s1 + i)), d, out + i);
   if (i == n) return;
   alignas(64) uint8_t last[2][hn::MaxLanes(d)] = {};
   std::memcpy(last[0], s0 + i, n - i);
   std::memcpy(last[1], s1 + i, n - i);
-  hn::Store(blend(d, hn::Load(d, last[0]), hn::Load(d, last[1])), d, out + i);
+  hn::Store(blend(hn::Load(d, last[0]), hn::Load(d, last[1])), d, out + i);
 }
 
 // Columns of one blended row. The tables come by value: bytes stored could be theirs otherwise.
 void blendColumnsIn128ths(NeighbourSums columns, const uint8_t* row, size_t n, uint8_t* HWY_RESTRICT out) {
   columns.withWindow([&](auto window) HWY_ATTR {
-    writeRow(out, n, [&](auto d, size_t i) HWY_ATTR {
-      const auto sums = columns.sums<window(), Pixels::kFlipped>(row, i / NeighbourSums::kBlock);
-#if HWY_TARGET == HWY_NEON
-      return roundShiftRightNarrowToUint8<7>(d, sums.first, sums.second);
-#else
-      const hn::RebindToSigned<decltype(d)> di;
-      const auto scale = hn::Set(hn::ScalableTag<int16_t>(), 256);
-      const auto v = narrowToInt8(di, hn::MulFixedPoint15(sums.first, scale), hn::MulFixedPoint15(sums.second, scale));
-      return hn::Xor(narrowedInOrder(d, hn::BitCast(d, v)), hn::Set(d, 0x80));
-#endif
+    writeRow(out, n, [&](auto, size_t i) HWY_ATTR {
+      return RowBlend::finish(columns.sums<window(), Pixels::kFlipped>(row, i / NeighbourSums::kBlock));
     });
   });
 }
