@@ -25,6 +25,7 @@
 #include "inference/runtime/cpu/arm/uint8/copymakeborder_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/countnonzero_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/erodedilate_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/flip_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/getstructuringelement_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/labtocolor_cpu_uint8.h"
@@ -35,8 +36,10 @@
 #include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/remap_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/rotate_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/split_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/threshold_cpu_uint8.h"
+#include "inference/runtime/cpu/arm/uint8/transpose_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/warpaffine_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/warpperspective_cpu_int8.h"
 #include "tamix/kernels.h"
@@ -75,8 +78,8 @@ struct KernelTable {
   decltype(&::gaussianFilterCPUUINT8) gaussianFilterCPUUINT8 = &::gaussianFilterCPUUINT8;  // 27
   decltype(&tamix::laplacianFilterCPUUINT8) laplacianFilterCPUUINT8 = &tamix::laplacianFilterCPUUINT8;  // 28
   decltype(&tamix::calcHistCPUUINT8) calcHistCPUUINT8 = &tamix::calcHistCPUUINT8;  // 29
-  const void* entry_30 = nullptr;  // 30 flipCPUUINT8
-  const void* entry_31 = nullptr;  // 31 transposeCPUUINT8
+  decltype(&tamix::flipCPUUINT8) flipCPUUINT8 = &tamix::flipCPUUINT8;  // 30
+  decltype(&tamix::transposeCPUUINT8) transposeCPUUINT8 = &tamix::transposeCPUUINT8;  // 31
   decltype(&tamix::countNonZeroCPUUINT8) countNonZeroCPUUINT8 = &tamix::countNonZeroCPUUINT8;  // 32
   decltype(&tamix::copyMakeBorderCPUUINT8) copyMakeBorderCPUUINT8 = &tamix::copyMakeBorderCPUUINT8;  // 33
   decltype(&tamix::RGBToLABCPUUINT8) RGBToLABCPUUINT8 = &tamix::RGBToLABCPUUINT8;  // 34
@@ -92,7 +95,7 @@ struct KernelTable {
   decltype(&tamix::thresholdCPUUINT8) thresholdCPUUINT8 = &tamix::thresholdCPUUINT8;  // 44
   decltype(&tamix::remapCPUUINT8) remapCPUUINT8 = &tamix::remapCPUUINT8;  // 45
   decltype(&tamix::warpPerspectiveCPUUINT8) warpPerspectiveCPUUINT8 = &tamix::warpPerspectiveCPUUINT8;  // 46
-  const void* entry_47 = nullptr;  // 47 rotateCPUUINT8
+  decltype(&tamix::rotateCPUUINT8) rotateCPUUINT8 = &tamix::rotateCPUUINT8;  // 47
   decltype(&tamix::color4ToColor3CPUUINT8) color4ToColor3CPUUINT8 = &tamix::color4ToColor3CPUUINT8;  // 48
   decltype(&tamix::vconcatCPUUINT8) vconcatCPUUINT8 = &tamix::vconcatCPUUINT8;  // 49
   decltype(&tamix::hconcatCPUUINT8) hconcatCPUUINT8 = &tamix::hconcatCPUUINT8;  // 50
