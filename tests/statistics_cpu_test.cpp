@@ -10,31 +10,10 @@
 #include "tamix/tamix.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/operator_run.h"
 
 namespace tamix::test {
 namespace {
-
-// An instance with one operator.
-class OneOperator {
- public:
-  explicit OneOperator(int32_t type) : type_(type) {
-    TamixConfig config;
-    initTamixConfig(&config);
-    config.num_threads = 0;
-    config.log_level = 5;
-    EXPECT_EQ(initTamix(&handle_, &config), TAMIX_OK);
-    EXPECT_EQ(registTamixOperator(handle_, type), TAMIX_OK);
-  }
-  OneOperator(const OneOperator&) = delete;
-  OneOperator& operator=(const OneOperator&) = delete;
-  ~OneOperator() { releaseTamix(&handle_); }
-
-  int32_t run(TamixParams& params) const { return runTamix(handle_, type_, &params); }
-
- private:
-  int32_t type_;
-  TamixHandle handle_ = nullptr;
-};
 
 TamixParams defaults() {
   TamixParams params;
@@ -52,7 +31,7 @@ struct Refusal {
 };
 
 void expectRefusals(int32_t type, const std::string& file, const TamixParams& valid, const std::vector<Refusal>& refusals) {
-  const OneOperator op(type);
+  const RunningOperator op(type);
   for (const Refusal& r : refusals) {
     SCOPED_TRACE(r.what);
     TamixParams params = valid;
@@ -110,7 +89,7 @@ TEST(ThresholdCPU, HandsItsSettingsOver) {
   params.thresh = &t;
   params.thresh_type = TAMIX_THRESH_OTSU;
   params.maxval = 77;
-  EXPECT_EQ(OneOperator(TAMIX_OP_THRESHOLD).run(params), TAMIX_OK);
+  EXPECT_EQ(RunningOperator(TAMIX_OP_THRESHOLD).run(params), TAMIX_OK);
   EXPECT_EQ(t, 50);
   EXPECT_TRUE(sameBytes(dst, expected));
 }
@@ -168,7 +147,7 @@ TEST(CalcHistCPU, RefusesInOrder) {
 TEST(CalcHistCPU, WritesCountsOrFloats) {
   const Image<uint8_t> src =
       Image<uint8_t>({50, 3, 51, 3}).fill([](int32_t y, size_t i) { return i % 3 == 1 && y == 1 ? 200 : 3; });
-  const OneOperator op(TAMIX_OP_CALC_HIST);
+  const RunningOperator op(TAMIX_OP_CALC_HIST);
   for (const int32_t type : {int32_t{Tamix_UINT8}, int32_t{Tamix_FLOAT32}, 0}) {
     std::vector<uint32_t> hist(9, 7);
     TamixParams params = histogramRecord(src, hist.data(), 8, type);
@@ -188,7 +167,7 @@ TEST(CalcHistCPU, CountsAllPixelsWithoutDimensions) {
   uint32_t count = 0;
   TamixParams params = histogramRecord(src, &count, 1, Tamix_UINT8);
   params.hist_dims = 0;
-  EXPECT_EQ(OneOperator(TAMIX_OP_CALC_HIST).run(params), TAMIX_OK);
+  EXPECT_EQ(RunningOperator(TAMIX_OP_CALC_HIST).run(params), TAMIX_OK);
   EXPECT_EQ(count, 15u);
 }
 
@@ -214,7 +193,7 @@ TEST(MeanSTDCPU, RefusesInOrderAndWritesResults) {
                   {"no place for deviations", [](TamixParams& p) { p.std_out = nullptr; }, TAMIX_ERR_INVALID_IMAGE,
                    "meanSTDCPUUINT8", "recieved null mean or std"}});
   TamixParams params = valid;
-  EXPECT_EQ(OneOperator(TAMIX_OP_MEAN_STD).run(params), TAMIX_OK);
+  EXPECT_EQ(RunningOperator(TAMIX_OP_MEAN_STD).run(params), TAMIX_OK);
   EXPECT_EQ(mean, (std::vector<float>{10, 20, 30, -1}));
   EXPECT_EQ(std, (std::vector<float>{0, 0, 0, -1}));
 }
@@ -275,7 +254,7 @@ TEST(NormalizationCPU, ConvertsBytesAlsoWhereTheKernelRefuses) {
   Image<float> converted(dst);
   converted.fill([&](int32_t y, size_t i) { return src.row(y)[i]; });
   TamixParams params = normalizationRecord(src.record(Tamix_RGB, Tamix_UINT8), dst.record(Tamix_RGB, Tamix_FLOAT32));
-  const OneOperator op(TAMIX_OP_NORMALIZATION);
+  const RunningOperator op(TAMIX_OP_NORMALIZATION);
   LogCapture log;
   const std::vector<std::string> line = {errorLine("runtime/cpu/arm/fp32/normalization_cpu_fp32.cpp", "normalizationCPUFLOAT32",
                                                    "Recieved unsupported channel 3, src_width_stride 8, dst_width_stride 8")};
@@ -293,7 +272,7 @@ TEST(NormalizationCPU, ConvertsBytesAlsoWhereTheKernelRefuses) {
 
 TEST(NormalizationCPU, ScalesBytesIntoFloats) {
   const Image<uint8_t> src = randomImage<uint8_t>({21, 4, 21, 3});
-  const OneOperator op(TAMIX_OP_NORMALIZATION);
+  const RunningOperator op(TAMIX_OP_NORMALIZATION);
   for (const int32_t reorder : {0, 1}) {
     Image<float> dst({21, 4, 21, 3});
     Image<float> expected(dst);
@@ -322,7 +301,7 @@ TEST(NormalizationCPU, ScalesBytesIntoFloats) {
 TEST(NormalizationCPU, NormalizesFloatsInPlaceForAnOutputWithoutFormat) {
   const Image<float> src = randomImage<float>({9, 4, 9, 3});
   const Image<uint8_t> untouched({9, 4, 9, 3});
-  const OneOperator op(TAMIX_OP_NORMALIZATION);
+  const RunningOperator op(TAMIX_OP_NORMALIZATION);
   for (const int32_t type : {0, int32_t{Tamix_FLOAT32}, int32_t{Tamix_UINT8}}) {
     Image<float> both(src);
     Image<uint8_t> dst(untouched);  // too small for floats
@@ -343,7 +322,7 @@ TEST(NormalizationCPU, ReadsNoMoreSettingsThanChannels) {
   std::fill_n(static_cast<float*>(settings.data()), 4, 1.0f);
   TamixParams params = normalizationRecord(src.record(Tamix_RGB, Tamix_FLOAT32), dst.record(Tamix_RGB, Tamix_FLOAT32));
   params.mean = params.std = static_cast<float*>(settings.data());
-  EXPECT_EQ(OneOperator(TAMIX_OP_NORMALIZATION).run(params), TAMIX_ERR_UNSUPPORTED);
+  EXPECT_EQ(RunningOperator(TAMIX_OP_NORMALIZATION).run(params), TAMIX_ERR_UNSUPPORTED);
 }
 
 }  // namespace

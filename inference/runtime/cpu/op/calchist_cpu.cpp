@@ -4,6 +4,7 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
 
 namespace tamix {
+namespace {
 
 // Counts pixels into a histogram of up to four dimensions. The output's plane receives one 32-bit value a bin, unsigned, or
 // float where the output is declared so.
@@ -16,8 +17,6 @@ class CalcHistCPU final : public Operator {
   decltype(KernelTable::calcHistCPUUINT8) kernel_;
 };
 
-namespace {
-
 // Counts to floats, in place.
 void toFloats(uint32_t* counts, size_t n) {
   for (size_t i = 0; i < n; ++i) {
@@ -25,8 +24,6 @@ void toFloats(uint32_t* counts, size_t n) {
     std::memcpy(&counts[i], &value, sizeof(value));
   }
 }
-
-}  // namespace
 
 int32_t CalcHistCPU::forward(TamixParams* params) {
   constexpr int32_t kMostDims = 4;
@@ -62,4 +59,5 @@ int32_t CalcHistCPU::forward(TamixParams* params) {
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_CALC_HIST, CalcHistCPU, CalcHistCPUCreator);
 
+}  // namespace
 }  // namespace tamix

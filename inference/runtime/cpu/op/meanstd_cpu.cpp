@@ -1,6 +1,7 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
 
 namespace tamix {
+namespace {
 
 // Writes the mean and the standard deviation of every channel to mean_out and std_out.
 class MeanSTDCPU final : public Operator {
@@ -30,4 +31,5 @@ int32_t MeanSTDCPU::meanSTDCPUUINT8(const TamixParams& params) const {
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_MEAN_STD, MeanSTDCPU, MeanSTDCPUCreator);
 
+}  // namespace
 }  // namespace tamix

@@ -4,6 +4,7 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
 
 namespace tamix {
+namespace {
 
 // Writes (value - mean) / std of every channel as floats, interleaved or as planes. A float image whose output has format 0 is
 // normalized in place, as if the output were the input.
@@ -22,8 +23,6 @@ class NormalizationCPU final : public Operator {
   alignas(16) float std_[4] = {};
 };
 
-namespace {
-
 // One setting per channel, or one for all.
 void fillSettings(float (&settings)[4], int32_t channel, const float* each, float all) {
   const size_t n = static_cast<size_t>(std::clamp(channel, 0, 4));
@@ -38,8 +37,6 @@ void fillSettings(float (&settings)[4], int32_t channel, const float* each, floa
 bool hasTwoPlanes(int32_t format) {
   return isOneOf(format, Tamix_I420, Tamix_NV12, Tamix_NV21, 19, 20) || (format >= 4352 && format <= 8192);
 }
-
-}  // namespace
 
 int32_t NormalizationCPU::forward(TamixParams* params) {
   const TamixImage& src = params->input[0];
@@ -103,4 +100,5 @@ int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_NORMALIZATION, NormalizationCPU, NormalizationCPUCreator);
 
+}  // namespace
 }  // namespace tamix

@@ -1,6 +1,7 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
 
 namespace tamix {
+namespace {
 
 // Maps every byte through one of five threshold rules; the threshold is given, or found from the histogram.
 class ThresholdCPU final : public Operator {
@@ -28,4 +29,5 @@ int32_t ThresholdCPU::forward(TamixParams* params) {
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_THRESHOLD, ThresholdCPU, ThresholdCPUCreator);
 
+}  // namespace
 }  // namespace tamix
