@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "inference/runtime/cpu/arm/uint8/getstructuringelement_cpu_uint8.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
@@ -90,6 +91,17 @@ TEST(MorphologyExCPUUINT8, TakesHugeElements) {
     if (rows > 10000 && columns > 10000) {
       EXPECT_TRUE(sameBytes(dst, minima));
     }
+  }
+  // An ellipse of hundreds of rows, most of them far outside the image.
+  std::vector<uint8_t> bytes(700 * 90);
+  getStructuringElementCPUUINT8(bytes.data(), 2, 700, 90, 0, 0, nullptr, 1);
+  for (int32_t border_type = 0; border_type < 5; ++border_type) {
+    expectModel(TAMIX_MORPH_ERODE, src, {700, 90, nullptr, border_type, 200, 1}, {700, 90, bytes.data(), border_type, 200, 1},
+                2);
+    bytes[12345] = 0;
+    expectModel(TAMIX_MORPH_DILATE, src, {700, 90, bytes.data(), border_type, 9, 1}, {700, 90, bytes.data(), border_type, 9, 1},
+                0);
+    bytes[12345] = 1;
   }
   LogCapture log;
   for (const auto& [rows, columns, shape] : {std::tuple{kMost, kMost, 2}, {50000, 50000, 1}, {-2, 3, 0}, {3, -2, 1}}) {

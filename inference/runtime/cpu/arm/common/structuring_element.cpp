@@ -6,6 +6,21 @@
 #include "tamix/tamix.h"
 
 namespace tamix {
+namespace {
+
+// Positions [begin, end) relative to any of n samples, moved or shortened to where they stand for the same samples but reach
+// only a few times n beyond them.
+ElementSpan nearPositions(int64_t begin, int64_t end, int64_t n, int32_t border_type) {
+  if (border_type == TAMIX_BORDER_CONSTANT || border_type == TAMIX_BORDER_REPLICATE || n == 1) {
+    return {std::clamp(begin, -n, n), std::clamp(end - 1, -n, n) + 1};
+  }
+  if (end - begin >= 2 * n) return {0, 2 * n};
+  const int64_t period = border_type == TAMIX_BORDER_WRAP ? n : border_type == TAMIX_BORDER_REFLECT ? 2 * n : 2 * n - 2;
+  const int64_t shift = begin < 0 ? (begin + 1) / period - 1 : begin / period;
+  return {begin - shift * period, end - shift * period};
+}
+
+}  // namespace
 
 int64_t ElementShape::middle() const { return shape_ == TAMIX_MORPH_CROSS ? anchor_y_ : rows_ / 2; }
 
@@ -50,6 +65,21 @@ int64_t ElementShape::nextChange(int64_t row) const {
   return low;
 }
 
+// Leaves out boxes that lie within others of the same rows; returns the new end.
+ElementBox* StructuringElement::dropContained(ElementBox* begin, ElementBox* end) {
+  std::sort(begin, end, [](const ElementBox& a, const ElementBox& b) {
+    return std::tie(a.row_begin, a.row_end, a.column_begin, b.column_end) <
+           std::tie(b.row_begin, b.row_end, b.column_begin, a.column_end);
+  });
+  ElementBox* kept = begin;
+  for (const ElementBox* box = begin + 1; box < end; ++box) {
+    const bool contained =
+        box->row_begin == kept->row_begin && box->row_end == kept->row_end && box->column_end <= kept->column_end;
+    if (!contained) *++kept = *box;
+  }
+  return kept + 1;
+}
+
 template <class ForEachBox>
 void StructuringElement::build(const ForEachBox& forEachBox) {
   size_t most = 0;
@@ -62,6 +92,7 @@ void StructuringElement::build(const ForEachBox& forEachBox) {
   });
   ElementBox* const begin = boxes_.data();
   if (begin == end) return;
+  end = dropContained(begin, end);
   std::sort(begin, end, [](const ElementBox& a, const ElementBox& b) {
     return std::tie(a.column_begin, a.column_end, a.row_begin) < std::tie(b.column_begin, b.column_end, b.row_begin);
   });
@@ -100,6 +131,16 @@ StructuringElement::StructuringElement(const ElementShape& shape) : rows_(shape.
       const int64_t next = shape.nextChange(r);
       if (const ElementSpan span = shape.span(r); !span.isEmpty()) take(r, next, span);
       r = next;
+    }
+  });
+}
+
+StructuringElement::StructuringElement(const StructuringElement& element, int64_t height, int64_t width, int32_t border_type)
+    : rows_(0), columns_(0) {
+  build([&](const auto& take) {
+    for (const ElementBox& box : element) {
+      const ElementSpan rows = nearPositions(box.row_begin, box.row_end, height, border_type);
+      take(rows.begin, rows.end, nearPositions(box.column_begin, box.column_end, width, border_type));
     }
   });
 }

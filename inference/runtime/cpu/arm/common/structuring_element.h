@@ -63,6 +63,9 @@ class StructuringElement {
   StructuringElement(const uint8_t* members, int64_t rows, int64_t columns);
   // From a shape.
   explicit StructuringElement(const ElementShape& shape);
+  // What an element looks at in an image of this size and border (a plain type): boxes far outside the image are replaced by
+  // near ones that stand for the same samples. Its own size no longer counts.
+  StructuringElement(const StructuringElement& element, int64_t height, int64_t width, int32_t border_type);
 
   // False without memory.
   explicit operator bool() const { return static_cast<bool>(boxes_); }
@@ -77,6 +80,7 @@ class StructuringElement {
   // `forEachBox(take)` calls take(first row, row behind, span) for boxes in any order.
   template <class ForEachBox>
   void build(const ForEachBox& forEachBox);
+  static ElementBox* dropContained(ElementBox* begin, ElementBox* end);
 
   int64_t rows_;
   int64_t columns_;

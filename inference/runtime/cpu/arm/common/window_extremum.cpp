@@ -405,18 +405,6 @@ void visitSamples(int64_t begin, int64_t end, int64_t n, int32_t border_type, co
   for (int64_t p = begin; p < end; ++p) visit(borderIndex(p, n, border_type));
 }
 
-// Columns [begin, end) relative to the output pixel, moved or shortened to where they stand for the same samples but reach only
-// a few widths beyond the image.
-ElementSpan nearColumns(int64_t begin, int64_t end, int64_t n, int32_t border_type) {
-  if (border_type == TAMIX_BORDER_CONSTANT || border_type == TAMIX_BORDER_REPLICATE || n == 1) {
-    return {std::clamp(begin, -n, n), std::clamp(end - 1, -n, n) + 1};
-  }
-  if (end - begin >= 2 * n) return {0, 2 * n};
-  const int64_t period = border_type == TAMIX_BORDER_WRAP ? n : border_type == TAMIX_BORDER_REFLECT ? 2 * n : 2 * n - 2;
-  const int64_t shift = begin < 0 ? (begin + 1) / period - 1 : begin / period;
-  return {begin - shift * period, end - shift * period};
-}
-
 // One pass of an element: every group of boxes with equal columns is combined row by row into a line, then across the line.
 template <class Op>
 class ElementPass {
@@ -438,8 +426,7 @@ class ElementPass {
         pointers += std::min(box->row_end - box->row_begin, 2 * height_) + 1;
       }
       most_pointers = std::max(most_pointers, pointers);
-      const ElementSpan span = nearColumns(begin->column_begin, begin->column_end, width_, border_type_);
-      margin = std::max({margin, -span.begin, span.end - 1});
+      margin = std::max({margin, -begin->column_begin, begin->column_end - 1});
     });
     margin_ = static_cast<size_t>(margin) * kPixel;
     pointers_ = ScratchBuffer<const uint8_t*>(static_cast<size_t>(most_pointers));
@@ -457,7 +444,7 @@ class ElementPass {
       std::memset(out, Op::kNeutral, n_);
       forEachGroup([&](const ElementBox* begin, const ElementBox* end) {
         combineBoxes(src, y, begin, end);
-        const ElementSpan span = nearColumns(begin->column_begin, begin->column_end, width_, border_type_);
+        const ElementSpan span{begin->column_begin, begin->column_end};
         fillMargins(span);
         uint8_t* const line = line_.data() + static_cast<ptrdiff_t>(margin_) + span.begin * static_cast<ptrdiff_t>(kPixel);
         combineColumns<true>(Op(), line, span.end - span.begin, out, n_);
@@ -540,8 +527,10 @@ bool elementPasses(const MorphologyImage& image, const StructuringElement& eleme
     return Plane<uint8_t>{buffer.data(), static_cast<ptrdiff_t>(n)};
   };
   const StableSource<uint8_t> source(image.src, image.dst, image.height, n);
-  ElementPass<Op> pass(image, element);
-  if (!source || !pass.allocate()) return false;
+  const StructuringElement near_element(element, image.height, image.width, image.border_type);
+  if (!source || !near_element) return false;
+  ElementPass<Op> pass(image, near_element);
+  if (!pass.allocate()) return false;
   pass.run(source.plane(), image.dst);
   if (image.iterations == 1) return true;
 
