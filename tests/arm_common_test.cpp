@@ -238,6 +238,53 @@ TEST(FixedPoint, MultipliesUnsignedBySignedBytesAndAddsPairs) {
   }
 }
 
+TEST(FixedPoint, AveragesRoundDownForAllPairs) {
+  const hn::ScalableTag<uint8_t> d;
+  for (int32_t a = 0; a < 256; ++a) {
+    for (int32_t b = 0; b < 256; ++b) {
+      const auto average = averageFloor(d, hn::Set(d, static_cast<uint8_t>(a)), hn::Set(d, static_cast<uint8_t>(b)));
+      ASSERT_EQ(hn::GetLane(average), (a + b) / 2) << a << " " << b;
+    }
+  }
+}
+
+TEST(FixedPoint, WeighsFourBytesInOrderUpToTheLargestSum) {
+  const hn::ScalableTag<uint8_t> d;
+  const hn::RepartitionToWide<decltype(d)> d16;
+  const hn::RebindToSigned<decltype(d16)> di16;
+  const size_t n = hn::Lanes(d);
+  std::mt19937 random(5);
+  std::vector<uint8_t> bytes(4 * n), shifted(n);
+  for (int round = 0; round < 200; ++round) {
+    for (uint8_t& byte : bytes) byte = round == 0 ? 255 : static_cast<uint8_t>(random());
+    const auto load = [&](size_t k) { return hn::LoadU(d, bytes.data() + k * n); };
+    const auto sum = weightedSum<10, 75, 42>(d, load(0), load(1), load(2), load(3));
+    hn::StoreU(shiftRightNarrowToUint8<7>(d, hn::BitCast(di16, sum.lower), hn::BitCast(di16, sum.upper)), d, shifted.data());
+    for (size_t i = 0; i < n; ++i) {
+      const int32_t model = 10 * bytes[i] + 75 * bytes[n + i] + 42 * bytes[2 * n + i] + bytes[3 * n + i];
+      ASSERT_EQ(shifted[i], std::min(model >> 7, 255));
+    }
+  }
+}
+
+TEST(FixedPoint, MultipliesAndShiftsRoundingDown) {
+  const hn::ScalableTag<int16_t> d;
+  for (int32_t a = -32768; a <= 32767; ++a) {
+    const auto v = hn::Set(d, static_cast<int16_t>(a));
+    ASSERT_EQ(hn::GetLane(multiplyShift15<296>(d, v)), (a * 296) >> 15) << a;
+    if (a < -16384 || a > 16383) continue;
+    ASSERT_EQ(hn::GetLane(multiplyShift15<23360>(d, v)), (a * 23360) >> 15) << a;
+  }
+}
+
+TEST(Reciprocal, CloseOneIsCloseForEveryByte) {
+  const hn::ScalableTag<float> d;
+  for (int32_t i = 1; i < 256; ++i) {
+    const double close = hn::GetLane(closeReciprocal(d, hn::Set(d, static_cast<float>(i))));
+    ASSERT_LE(std::abs(close * i - 1), 3.2e-7) << i;
+  }
+}
+
 template <size_t kBlocks, class D>
 void expectLookup(D d) {
   std::mt19937 random(3);
