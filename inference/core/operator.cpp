@@ -144,6 +144,11 @@ int32_t Operator::dataTypeInputToOutput(TamixImage& src, TamixDataType src_type,
   converted_ = true;
   if (!isTwoPlane(dst.format)) return convert(0, dst.height, dst.width, dst.width_stride, dst.channel);
   TAMIX_TRY(convert(0, dst.height, dst.width, dst.width_stride, 1));
+  // The other plane holds pairs; where I420 has a third plane, both hold single values.
+  if (dst.format == Tamix_I420 && src.data[2] != nullptr && dst.data[2] != nullptr) {
+    TAMIX_TRY(convert(1, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1));
+    return convert(2, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1);
+  }
   return convert(1, dst.height / 2, dst.width / 2, dst.width_stride / 2, 2);
 }
 

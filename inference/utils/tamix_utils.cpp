@@ -19,30 +19,13 @@ ScratchBuffer<T> copyOf(const T* src, size_t count) {
   return copy;
 }
 
-// Low byte of every 32-bit lane of either sign.
-template <class DI, class VI>
-HWY_INLINE void storeLowBytes(DI /*d*/, VI v, uint8_t* dst) {
-  const hn::RebindToUnsigned<DI> du;
-  const auto low = hn::And(hn::BitCast(du, v), hn::Set(du, 0xFFu));
-  hn::StoreU(hn::U8FromU32(low), hn::Rebind<uint8_t, DI>(), dst);
-}
-
 }  // namespace
 
 void convertRows(Plane<const float> src, Plane<uint8_t> dst, int32_t height, size_t n) {
-  if (n == 0) return;
-  const size_t blocks_end = n - n % 16;
-  for (int32_t y = 0; y < height; ++y) {
-    const float* const in = src.row(y);
-    uint8_t* const out = dst.row(y);
-    walkRow<float>(blocks_end, [&](auto d, size_t i) {
-      storeLowBytes(hn::RebindToUnsigned<decltype(d)>(), truncateToUint32(d, hn::LoadU(d, in + i)), out + i);
-    });
-    walkRow<float>(n - blocks_end, [&](auto d, size_t i) {
-      storeLowBytes(hn::RebindToSigned<decltype(d)>(), truncateToInt32(d, hn::LoadU(d, in + blocks_end + i)),
-                    out + blocks_end + i);
-    });
-  }
+  const auto in_block = [](auto d, auto v) HWY_ATTR { return truncateToUint32(d, v); };
+  const auto in_tail = [](auto d, auto v)
+                           HWY_ATTR { return hn::BitCast(hn::RebindToUnsigned<decltype(d)>(), truncateToInt32(d, v)); };
+  combineBlocks<float, 16>(dst, height, n, in_block, in_tail, src);
 }
 
 void convertRows(Plane<const uint8_t> src, Plane<float> dst, int32_t height, size_t n) {

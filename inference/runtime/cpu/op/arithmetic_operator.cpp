@@ -17,7 +17,7 @@ void logConversion(const float* /*to*/) { TAMIX_DEBUG("dataUINT8ToFLOAT32 forwar
 void logConversion(const uint8_t* /*to*/) { TAMIX_DEBUG("dataFLOAT32ToUINT8 forward"); }
 
 // Rows of an operand that are converted at a time, so that the kernel finds them in the cache.
-constexpr size_t kBandBytes = 64 * 1024;
+constexpr size_t kBandBytes = 16 * 1024;
 
 // True when the output lies in memory of the image.
 template <class Out, class In>
@@ -95,16 +95,23 @@ int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels
                      "Recieve unsupported data type: %d", a.type);
     TAMIX_REQUIRE_AT(forward, isOneOf(b.type, Tamix_UINT8, Tamix_FLOAT32), TAMIX_ERR_UNSUPPORTED,
                      "Recieve unsupported data type: %d", b.type);
-    if (b.type == a.type && to_float) return combineAsTheyAre<float, float>(*params, kernels.float32, threadNumber());
-    if (b.type == a.type) return combineAsTheyAre<uint8_t, uint8_t>(*params, kernels.uint8, threadNumber());
   } else {
     setConverted();
     const bool known = isOneOf(a.type, Tamix_UINT8, Tamix_FLOAT32) && isOneOf(b.type, Tamix_UINT8, Tamix_FLOAT32);
     const bool has_kernel = to_float || (to_uint8 && (a.type == b.type || kernels.uint8 != nullptr));
     TAMIX_REQUIRE_AT(mixed, known && has_kernel, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", dst.type);
-    if (a.type == b.type && to_float)
-      return combineAsTheyAre<uint8_t, float>(*params, kernels.uint8_to_float32, threadNumber());
-    if (a.type == b.type) return combineAsTheyAre<float, uint8_t>(*params, kernels.float32_to_uint8, threadNumber());
+  }
+  TAMIX_REQUIRE_AT(forward, isOnePlane(a) && isOnePlane(b) && isOnePlane(dst), TAMIX_ERR_UNSUPPORTED,
+                   "Recieve unsupported data format: %d, %d and %d with %d channels", a.format, b.format, dst.format,
+                   dst.channel);
+
+  if (a.type == b.type && a.type == Tamix_FLOAT32) {
+    return to_float ? combineAsTheyAre<float, float>(*params, kernels.float32, threadNumber())
+                    : combineAsTheyAre<float, uint8_t>(*params, kernels.float32_to_uint8, threadNumber());
+  }
+  if (a.type == b.type) {
+    return to_float ? combineAsTheyAre<uint8_t, float>(*params, kernels.uint8_to_float32, threadNumber())
+                    : combineAsTheyAre<uint8_t, uint8_t>(*params, kernels.uint8, threadNumber());
   }
   if (to_float) return combineConverted<float>(*params, kernels.float32, threadNumber(), mixed);
   return combineConverted<uint8_t>(*params, kernels.uint8, threadNumber(), mixed);

@@ -1,5 +1,7 @@
 #include "inference/runtime/cpu/op/bitwise_operator.h"
 
+#include "inference/runtime/cpu/op/cpu_operator.h"
+
 namespace tamix {
 
 int32_t checkBitwiseImages(const TamixParams& params, LogPlace forward, bool like_input_1) {
@@ -20,6 +22,9 @@ int32_t checkBitwiseImages(const TamixParams& params, LogPlace forward, bool lik
   TAMIX_REQUIRE_AT(forward, !has_mask || (same_size && (same_layout || !like_input_1)), TAMIX_ERR_UNSUPPORTED,
                    "Recieve unequal shape or data type from mask");
   TAMIX_REQUIRE_AT(forward, a.type == Tamix_UINT8, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", a.type);
+  TAMIX_REQUIRE_AT(forward, isOnePlane(a) && isOnePlane(b) && isOnePlane(dst) && (!has_mask || isOnePlane(mask)),
+                   TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d, %d and %d with %d channels", a.format, b.format,
+                   dst.format, dst.channel);
   return TAMIX_OK;
 }
 

@@ -24,6 +24,8 @@ int32_t ConvertScaleAbsCPU::forward(TamixParams* params) {
   TAMIX_REQUIRE_SAME_SIZE(src, dst);
   TAMIX_DEBUG("Recieve scale %f and offset %f", params->abs_scale, params->offset);
   TAMIX_REQUIRE_TYPE(src, Tamix_UINT8, Tamix_FLOAT32);
+  TAMIX_REQUIRE_ONE_PLANE(src);
+  TAMIX_REQUIRE_ONE_PLANE(dst);
   if (src.type == Tamix_UINT8) {
     TAMIX_DEBUG("convertScaleAbsCPUUINT8 forward");
     return uint8_(data<const uint8_t>(src), src.height, src.width, src.width_stride, data<uint8_t>(dst), dst.height, dst.width,

@@ -42,6 +42,11 @@ bool isUsable(const Class& made) {
   return true;
 }
 
+// False where a pixel's channels are spread over planes.
+inline bool isOnePlane(const TamixImage& image) {
+  return image.channel <= 1 || !isOneOf(image.format, Tamix_I420, Tamix_NV12, Tamix_NV21);
+}
+
 // Registers an operator's creator at load. The instance owns what the creator makes.
 template <class Creator>
 class OperatorRegistration {
@@ -107,10 +112,9 @@ class OperatorRegistration {
                 (image).type)
 
 // Refuses images whose pixels are spread over several planes: data[0] holds one byte a pixel then, not `channel` of them.
-#define TAMIX_REQUIRE_ONE_PLANE(image)                                                                         \
-  TAMIX_REQUIRE((image).channel <= 1 || !tamix::isOneOf((image).format, Tamix_I420, Tamix_NV12, Tamix_NV21),   \
-                TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d with %d channels", (image).format, \
-                (image).channel)
+#define TAMIX_REQUIRE_ONE_PLANE(image)                                                                                   \
+  TAMIX_REQUIRE(tamix::isOnePlane(image), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d with %d channels", \
+                (image).format, (image).channel)
 
 // Refuses a float input of a kernel on bytes, before the framework converts floats that the output does not hold.
 #define TAMIX_REQUIRE_NO_FLOAT(image) \

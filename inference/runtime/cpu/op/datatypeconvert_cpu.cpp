@@ -17,6 +17,9 @@ int32_t DataTypeConvertCPU::forward(TamixParams* params) {
   // The source is read with the destination's pitch.
   TAMIX_REQUIRE(src.width_stride >= dst.width_stride || src.height <= 1, TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output stride: %d, %d", src.width_stride, dst.width_stride);
+  // The destination's format says how many planes there are.
+  TAMIX_REQUIRE(isOnePlane(src) || !isOnePlane(dst), TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   const int32_t status = dataTypeInputToOutput(src, static_cast<TamixDataType>(src.type), dst,
                                                static_cast<TamixDataType>(dst.type), /*force_copy=*/false);
   setConverted();

@@ -24,6 +24,7 @@ bool joinedFits(const TamixParams& params) {
   const int64_t height = beside ? a.height : int64_t{a.height} + b.height - params.fuse_overlap;
   const int64_t width = beside ? int64_t{a.width} + b.width - params.fuse_overlap : a.width;
   if (beside ? a.height != b.height : a.width != b.width) return true;
+  if (b.data[0] == nullptr || params.fuse_weights == nullptr) return true;
   if (height < 1 || width < 1 || a.channel < 1) return true;
   // Floats of the joined size take the bytes' place afterwards, with the declared pitch.
   if (dst.type != Tamix_UINT8) return height <= dst.height && width <= dst.width;
@@ -43,6 +44,8 @@ int32_t ImageFuseOverlapCPU::forward(TamixParams* params) {
                 "Recieve unsupported input and output channel: %d, %d", a.channel, dst.channel);
   TAMIX_REQUIRE(a.format == dst.format, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output format: %d, %d", a.format,
                 dst.format);
+  TAMIX_REQUIRE_ONE_PLANE(a);
+  TAMIX_REQUIRE_ONE_PLANE(b);
   TAMIX_REQUIRE(joinedFits(*params), TAMIX_ERR_ILLEGAL_RECT, "the joined image does not fit the output: %d, %d", dst.height,
                 dst.width);
   return kernel_(data<const uint8_t>(a), a.height, a.width, data<const uint8_t>(b), b.height, b.width, data<uint8_t>(dst),

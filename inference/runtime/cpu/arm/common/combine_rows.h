@@ -1,6 +1,7 @@
-// Element-wise operations on rows: dst[i] = f(src[i]...), bytes and floats mixed, in place or not.
+// Element-wise operations on rows: dst[i] = f(src[i]...), bytes, floats and doubles mixed, in place or not.
 #pragma once
 
+#include <tuple>
 #include <type_traits>
 
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
@@ -9,58 +10,145 @@
 
 namespace tamix {
 
-// Elements as lanes of d: a byte in a float lane is the equal float.
+// Elements as lanes of d: bytes in float lanes and floats in double lanes are the equal floating-point numbers.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> loadLanes(D d, const T* src) {
   if constexpr (std::is_same_v<T, hn::TFromD<D>>) {
     return hn::LoadU(d, src);
+  } else if constexpr (std::is_same_v<T, float>) {
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<float, D>(), src));
   } else {
     const auto bytes = hn::LoadU(hn::Rebind<T, D>(), src);
     return hn::ConvertTo(d, hn::PromoteTo(hn::RebindToSigned<D>(), bytes));
   }
 }
 
-// Lanes of d as elements: floats become bytes truncated and saturated.
-template <class D, class T>
-HWY_INLINE void storeLanes(D d, hn::Vec<D> v, T* dst) {
-  if constexpr (std::is_same_v<T, hn::TFromD<D>>) {
+// Lanes as elements: floats become bytes truncated and saturated, 32-bit integers bytes without their upper bits, doubles
+// floats.
+template <class D, class V, class T>
+HWY_INLINE void storeLanes(D d, V v, T* dst) {
+  if constexpr (std::is_same_v<V, hn::Vec<hn::RebindToUnsigned<D>>> && !std::is_same_v<T, hn::TFromD<D>>) {
+    const auto low_bytes = hn::And(v, hn::Set(hn::RebindToUnsigned<D>(), 0xFFu));
+    hn::StoreU(hn::U8FromU32(low_bytes), hn::Rebind<T, D>(), dst);
+  } else if constexpr (std::is_same_v<V, hn::Vec<hn::RebindToSigned<D>>> && !std::is_same_v<T, hn::TFromD<D>>) {
+    hn::StoreU(saturateInt32ToUint8(hn::RebindToSigned<D>(), v), hn::Rebind<T, D>(), dst);
+  } else if constexpr (std::is_same_v<T, hn::TFromD<D>>) {
     hn::StoreU(v, d, dst);
+  } else if constexpr (std::is_same_v<T, float>) {
+    hn::StoreU(hn::DemoteTo(hn::Rebind<float, D>(), v), hn::Rebind<float, D>(), dst);
   } else {
     hn::StoreU(saturateToUint8(d, v), hn::Rebind<T, D>(), dst);
   }
+}
+
+// Four vectors that follow each other in a row.
+template <class V>
+struct Quad {
+  V v[4];
+};
+
+template <class D, class T>
+HWY_INLINE Quad<hn::Vec<D>> loadQuad(D d, const T* src) {
+  using V [[maybe_unused]] = hn::Vec<D>;
+#if HWY_TARGET == HWY_NEON
+  if constexpr (std::is_same_v<T, uint8_t> && std::is_same_v<hn::TFromD<D>, float>) {
+    const uint8x16_t bytes = vld1q_u8(src);
+    const uint16x8_t lower = vmovl_u8(vget_low_u8(bytes));
+    const uint16x8_t upper = vmovl_high_u8(bytes);
+    return {{V(vcvtq_f32_u32(vmovl_u16(vget_low_u16(lower)))), V(vcvtq_f32_u32(vmovl_high_u16(lower))),
+             V(vcvtq_f32_u32(vmovl_u16(vget_low_u16(upper)))), V(vcvtq_f32_u32(vmovl_high_u16(upper)))}};
+  }
+  if constexpr (std::is_same_v<T, float> && std::is_same_v<hn::TFromD<D>, double>) {
+    const float32x4_t lower = vld1q_f32(src);
+    const float32x4_t upper = vld1q_f32(src + 4);
+    return {{V(vcvt_f64_f32(vget_low_f32(lower))), V(vcvt_high_f64_f32(lower)), V(vcvt_f64_f32(vget_low_f32(upper))),
+             V(vcvt_high_f64_f32(upper))}};
+  }
+#endif
+  const size_t lanes = hn::Lanes(d);
+  return {{loadLanes(d, src), loadLanes(d, src + lanes), loadLanes(d, src + 2 * lanes), loadLanes(d, src + 3 * lanes)}};
+}
+
+template <class D, class V, class T>
+HWY_INLINE void storeQuad(D d, const Quad<V>& q, T* dst) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (std::is_same_v<T, uint8_t> && std::is_same_v<V, hn::Vec<hn::Simd<float, 4, 0>>>) {
+    const uint16x8_t lower = vqmovn_high_u32(vqmovn_u32(vcvtq_u32_f32(q.v[0].raw)), vcvtq_u32_f32(q.v[1].raw));
+    const uint16x8_t upper = vqmovn_high_u32(vqmovn_u32(vcvtq_u32_f32(q.v[2].raw)), vcvtq_u32_f32(q.v[3].raw));
+    return vst1q_u8(dst, vqmovn_high_u16(vqmovn_u16(lower), upper));
+  }
+  if constexpr (std::is_same_v<T, uint8_t> && std::is_same_v<V, hn::Vec<hn::Simd<int32_t, 4, 0>>>) {
+    const uint16x8_t lower = vqmovun_high_s32(vqmovun_s32(q.v[0].raw), q.v[1].raw);
+    const uint16x8_t upper = vqmovun_high_s32(vqmovun_s32(q.v[2].raw), q.v[3].raw);
+    return vst1q_u8(dst, vqmovn_high_u16(vqmovn_u16(lower), upper));
+  }
+  if constexpr (std::is_same_v<T, uint8_t> && std::is_same_v<V, hn::Vec<hn::Simd<uint32_t, 4, 0>>>) {
+    const uint16x8_t lower = vuzp1q_u16(vreinterpretq_u16_u32(q.v[0].raw), vreinterpretq_u16_u32(q.v[1].raw));
+    const uint16x8_t upper = vuzp1q_u16(vreinterpretq_u16_u32(q.v[2].raw), vreinterpretq_u16_u32(q.v[3].raw));
+    return vst1q_u8(dst, vuzp1q_u8(vreinterpretq_u8_u16(lower), vreinterpretq_u8_u16(upper)));
+  }
+  if constexpr (std::is_same_v<T, float> && std::is_same_v<hn::TFromD<D>, double>) {
+    vst1q_f32(dst, vcvt_high_f32_f64(vcvt_f32_f64(q.v[0].raw), q.v[1].raw));
+    return vst1q_f32(dst + 4, vcvt_high_f32_f64(vcvt_f32_f64(q.v[2].raw), q.v[3].raw));
+  }
+#endif
+  const size_t lanes = hn::Lanes(d);
+  for (size_t k = 0; k < 4; ++k) storeLanes(d, q.v[k], dst + k * lanes);
 }
 
 // What an operation computes in: T; unless that is void, the elements' own type where all agree, else floats.
 template <class T, class Out, class... In>
 using Lane = std::conditional_t<!std::is_void_v<T>, T, std::conditional_t<(std::is_same_v<In, Out> && ...), Out, float>>;
 
-// walk(step, one_by_one) for every row. step(op) is a walker's body that gives elements op(d, a...) of the sources' lanes;
-// where one_by_one, the row's elements must be taken one at a time.
+// The elements of one row, combined by op(d, a...) on lanes of the sources.
+template <class Out, class... In>
+struct RowStep {
+  Out* out;
+  std::tuple<const In*...> in;
+
+  template <class D, class Op>
+  HWY_INLINE void one(D d, const Op& op, size_t i) const {
+    std::apply([&](const auto*... src) HWY_ATTR { storeLanes(d, op(d, loadLanes(d, src + i)...), out + i); }, in);
+  }
+
+  // Four vectors, all loaded before the first is stored.
+  template <class D, class Op>
+  HWY_INLINE void four(D d, const Op& op, size_t i) const {
+    std::apply([&](const auto*... src) HWY_ATTR { fourOf(d, op, i, loadQuad(d, src + i)...); }, in);
+  }
+
+ private:
+  template <class D, class Op, class... Q>
+  HWY_INLINE void fourOf(D d, const Op& op, size_t i, const Q&... q) const {
+    using V = decltype(op(d, q.v[0]...));
+    storeQuad(d, Quad<V>{{op(d, q.v[0]...), op(d, q.v[1]...), op(d, q.v[2]...), op(d, q.v[3]...)}}, out + i);
+  }
+};
+
+// walk(step, one_by_one) for every row; where one_by_one, its elements must be taken one at a time.
 template <class Walk, class Out, class... In>
 HWY_INLINE void forEachRow(Plane<Out> dst, int32_t height, size_t n, const Walk& walk, Plane<const In>... src) {
   if (n == 0) return;
   for (int32_t y = 0; y < height; ++y) {
-    Out* const out = dst.row(y);
-    const auto walkWith = [&](const In*... in) HWY_ATTR {
-      const auto step = [=](const auto& op) HWY_ATTR {
-        return [=](auto d, size_t i) HWY_ATTR { storeLanes(d, op(d, loadLanes(d, in + i)...), out + i); };
-      };
-      walk(step, (writesAhead(out, in, n) || ...));
-    };
-    walkWith(src.row(y)...);
+    const RowStep<Out, In...> step{dst.row(y), {src.row(y)...}};
+    walk(step, (writesAhead(step.out, src.row(y), n) || ...));
   }
 }
 
 // dst[i] = op(d, src[i]...), wherever i lies.
 template <class T = void, class Op, class Out, class... In>
 void combineRows(Plane<Out> dst, int32_t height, size_t n, const Op& op, Plane<const In>... src) {
+  using L = Lane<T, Out, In...>;
   joinRows(height, n, dst, src...);
   const auto walk = [&](const auto& step, bool one_by_one) HWY_ATTR {
+    const hn::ScalableTag<L> wide;
+    const size_t lanes = hn::Lanes(wide);
+    size_t i = 0;
     if (one_by_one) {
-      for (size_t i = 0; i < n; ++i) step(op)(hn::CappedTag<Lane<T, Out, In...>, 1>(), i);
-    } else {
-      walkRow<Lane<T, Out, In...>>(n, step(op));
+      for (; i < n; ++i) step.one(hn::CappedTag<L, 1>(), op, i);
     }
+    for (; i + 4 * lanes <= n; i += 4 * lanes) step.four(wide, op, i);
+    walkRow<L>(n - i, [&](auto d, size_t k) HWY_ATTR { step.one(d, op, i + k); });
   };
   forEachRow(dst, height, n, walk, src...);
 }
@@ -69,15 +157,19 @@ void combineRows(Plane<Out> dst, int32_t height, size_t n, const Op& op, Plane<c
 template <class T, size_t kBlock, class BlockOp, class TailOp, class Out, class... In>
 void combineBlocks(Plane<Out> dst, int32_t height, size_t n, const BlockOp& block_op, const TailOp& tail_op,
                    Plane<const In>... src) {
-  const hn::CappedTag<T, 1> one;
   const size_t blocks_end = n - n % kBlock;
   const auto walk = [&](const auto& step, bool one_by_one) HWY_ATTR {
+    const hn::ScalableTag<T> wide;
+    const hn::CappedTag<T, 1> one;
+    const size_t lanes = hn::Lanes(wide);
+    size_t i = 0;
     if (one_by_one) {
-      for (size_t i = 0; i < blocks_end; ++i) step(block_op)(one, i);
-      for (size_t i = blocks_end; i < n; ++i) step(tail_op)(one, i);
-    } else {
-      walkRow<T, kBlock>(n, step(block_op), [&](size_t i) HWY_ATTR { step(tail_op)(one, i); });
+      for (; i < blocks_end; ++i) step.one(one, block_op, i);
     }
+    for (; i + 4 * lanes <= blocks_end; i += 4 * lanes) step.four(wide, block_op, i);
+    walkRow<T, kBlock>(
+        n - i, [&](auto d, size_t k) HWY_ATTR { step.one(d, block_op, i + k); },
+        [&](size_t k) HWY_ATTR { step.one(one, tail_op, i + k); });
   };
   forEachRow(dst, height, n, walk, src...);
 }

@@ -1,6 +1,8 @@
 // The NaN of an invalid operation, such as 0 / 0, as Arm makes it.
 #pragma once
 
+#include <limits>
+
 #include "inference/runtime/cpu/arm/common/simd.h"
 
 namespace tamix {
@@ -14,8 +16,7 @@ HWY_INLINE V withArmNaN(D d, V result, [[maybe_unused]] V a, [[maybe_unused]] V 
   return result;
 #else
   const auto invalid = hn::AndNot(hn::Or(hn::IsNaN(a), hn::IsNaN(b)), hn::IsNaN(result));
-  const hn::RebindToUnsigned<D> du;
-  return hn::IfThenElse(invalid, hn::BitCast(d, hn::Set(du, 0x7FC00000u)), result);
+  return hn::IfThenElse(invalid, hn::Set(d, std::numeric_limits<hn::TFromD<D>>::quiet_NaN()), result);
 #endif
 }
 

@@ -58,6 +58,12 @@ HWY_INLINE hn::Vec<hn::RebindToUnsigned<D>> truncateToUint32(D d, V v) {
   const hn::RebindToUnsigned<D> du;
 #if HWY_TARGET == HWY_NEON
   if constexpr (sizeof(V) == 16) return hn::Vec<decltype(du)>(vcvtq_u32_f32(v.raw));
+#elif HWY_TARGET <= HWY_AVX3
+  // The instruction gives 2^32 - 1 for all it cannot represent: only what is not positive needs mending.
+  if constexpr (sizeof(V) == 64) {
+    const __mmask16 positive = _mm512_cmp_ps_mask(v.raw, _mm512_setzero_ps(), _CMP_GT_OQ);
+    return hn::Vec<decltype(du)>{_mm512_maskz_cvttps_epu32(positive, v.raw)};
+  }
 #endif
   const auto two31 = hn::Set(d, 2147483648.0f);
   const auto positive = hn::IfThenElseZero(hn::Gt(v, hn::Zero(d)), v);
@@ -77,6 +83,10 @@ HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D>> saturateToUint8(D d, V v) {
   if constexpr (sizeof(V) == 16) {
     const uint16x4_t halves = vqmovn_u32(vcvtq_u32_f32(v.raw));
     return hn::Vec<hn::Rebind<uint8_t, D>>(vqmovn_u16(vcombine_u16(halves, halves)));
+  }
+#elif HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) {
+    return hn::Vec<hn::Rebind<uint8_t, D>>{_mm512_cvtusepi32_epi8(truncateToUint32(d, v).raw)};
   }
 #endif
   const auto positive = hn::IfThenElseZero(hn::Gt(v, hn::Zero(d)), v);
@@ -118,6 +128,18 @@ HWY_INLINE hn::Vec<hn::RebindToSigned<D>> roundInRange(D d, V v) {
 #endif
   return roundToInt32(d, v);
 #endif
+}
+
+// Signed 32-bit integers saturated to 0..255. D is their tag.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D>> saturateInt32ToUint8(D d, V v) {
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (sizeof(V) == 64) {
+    return hn::Vec<hn::Rebind<uint8_t, D>>{_mm512_cvtusepi32_epi8(hn::Max(v, hn::Zero(d)).raw)};
+  }
+#endif
+  (void)d;
+  return hn::DemoteTo(hn::Rebind<uint8_t, D>(), v);
 }
 
 }  // namespace tamix

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "inference/runtime/cpu/arm/common/float_nan.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 
 namespace tamix {
@@ -114,20 +115,36 @@ HWY_INLINE V commonReciprocalEstimate(D d, V v) {
 }
 #endif
 
-// 1 / v as an estimate and two steps of refinement; infinity of v's sign for zero.
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE V refinedReciprocal(D d, V v) {
 #if HWY_TARGET != HWY_NEON
-  // Nearly all divisors are common or zero: no step meets an infinity then, and no product a rare exponent.
-  const auto sign = hn::And(v, hn::Set(d, -0.0f));
-  const auto magnitude = hn::Abs(v);
+// True when a lane of v is zero, infinite, NaN, or below 2^-126 or from 2^126 on.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE bool hasRareDivisor(D /*d*/, V v) {
+  const hn::RebindToUnsigned<D> du;
+  const auto bits = hn::BitCast(du, v);
+  // Without the sign, counted from 2^-126: what is smaller wraps round to the upper end.
+  const auto distance = hn::Sub(hn::Add(bits, bits), hn::Set(du, 0x01000000u));
+  return !hn::AllFalse(du, hn::Gt(distance, hn::Set(du, 0xFBFFFFFFu)));
+}
+
+// 1 / v by an estimate and two steps, where v has no rare divisor: no step meets an infinity, no product a rare exponent.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedReciprocalOfCommon(D d, V v) {
+  const auto r0 = commonReciprocalEstimate(d, v);
+  const auto r1 = hn::Mul(r0, twoMinusProduct(d, v, r0));
+  return hn::Mul(r1, twoMinusProduct(d, v, r1));
+}
+#endif
+
+// The same for any v, by the architecture's instructions.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedReciprocalOfAny(D d, V v) {
+#if HWY_TARGET != HWY_NEON
+  // Zeros alone are frequent: infinity of v's sign.
   const auto zero = hn::Eq(v, hn::Zero(d));
-  const auto common = hn::And(hn::Ge(magnitude, hn::Set(d, 0x1p-126f)), hn::Lt(magnitude, hn::Set(d, 0x1p126f)));
-  if (HWY_LIKELY(hn::AllTrue(d, hn::Or(common, zero)))) {
-    const auto r0 = commonReciprocalEstimate(d, v);
-    const auto r1 = hn::Mul(r0, twoMinusProduct(d, v, r0));
-    const auto r2 = hn::Mul(r1, twoMinusProduct(d, v, r1));
-    return hn::IfThenElse(zero, hn::Or(sign, hn::Set(d, std::numeric_limits<float>::infinity())), r2);
+  const auto others = hn::IfThenElse(zero, hn::Set(d, 1.0f), v);
+  if (!hasRareDivisor(d, others)) {
+    const auto infinity = hn::Or(v, hn::Set(d, std::numeric_limits<float>::infinity()));
+    return hn::IfThenElse(zero, infinity, refinedReciprocalOfCommon(d, others));
   }
 #endif
   const auto r0 = reciprocalEstimate(d, v);
@@ -135,10 +152,37 @@ HWY_INLINE V refinedReciprocal(D d, V v) {
   return hn::Mul(r1, reciprocalStep(d, v, r1));
 }
 
-// a / v as a * (1 / v), by the refined reciprocal.
+// 1 / v as an estimate and two steps of refinement; infinity of v's sign for zero.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedReciprocal(D d, V v) {
+#if HWY_TARGET != HWY_NEON
+  if (HWY_LIKELY(!hasRareDivisor(d, v))) return refinedReciprocalOfCommon(d, v);
+#endif
+  return refinedReciprocalOfAny(d, v);
+}
+
+// a / v as a * (1 / v), by the refined reciprocal; the NaN of zero by zero is Arm's.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V refinedQuotient(D d, V a, V v) {
-  return hn::Mul(a, refinedReciprocal(d, v));
+#if HWY_TARGET != HWY_NEON
+  if (HWY_LIKELY(!hasRareDivisor(d, v))) return hn::Mul(a, refinedReciprocalOfCommon(d, v));
+#endif
+  return withArmNaN(d, hn::Mul(a, refinedReciprocalOfAny(d, v)), a, v);
+}
+
+// The same where all lanes are whole numbers 0 to 255.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedQuotientOfBytes(D d, V a, V v) {
+#if HWY_TARGET == HWY_NEON
+  return refinedQuotient(d, a, v);
+#else
+  // Zero has a common estimate too, if a useless one: only those lanes must be replaced.
+  const auto zero = hn::Eq(v, hn::Zero(d));
+  const auto infinity = hn::Set(d, std::numeric_limits<float>::infinity());
+  const auto reciprocal = hn::IfThenElse(zero, infinity, refinedReciprocalOfCommon(d, v));
+  // Nothing is negative but the NaN that x86 makes of zero by zero.
+  return hn::Abs(hn::Mul(a, reciprocal));
+#endif
 }
 
 // 1 / v of a normal v by the machine's own estimate and refinement: within 3.2e-7 of it, not the same bits everywhere.

@@ -50,7 +50,13 @@ template <size_t kBlock, class In, class Out>
 int32_t divide(LogPlace kernel, const Operands<In, Out>& images) {
   if (images.height < 1) return TAMIX_OK;
   TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
-  const auto in_block = asArm([](auto d, auto a, auto b) HWY_ATTR { return refinedQuotient(d, a, b); });
+  const auto in_block = [](auto d, auto a, auto b) HWY_ATTR {
+    if constexpr (std::is_same_v<In, uint8_t>) {
+      return refinedQuotientOfBytes(d, a, b);
+    } else {
+      return refinedQuotient(d, a, b);
+    }
+  };
   const auto in_tail = asArm([](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Div(a, b); });
   combineBlocks<float, kBlock>(images.dst, images.height, images.n, in_block, in_tail, images.src1, images.src2);
   return TAMIX_OK;

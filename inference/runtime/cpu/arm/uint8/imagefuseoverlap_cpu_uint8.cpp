@@ -1,6 +1,7 @@
 #include "inference/runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "inference/runtime/cpu/arm/common/combine_rows.h"
@@ -11,10 +12,26 @@ namespace {
 
 constexpr int32_t kChannels = 3;
 
+// Rows that are joined at a time, so that a row's parts meet in the cache.
+constexpr int32_t kRows = 16;
+
+// Weights, and what they leave, of at most this size make products that fit a 32-bit integer.
+constexpr float kTame = 4194304.0f;
+
 // trunc(w * s1) + trunc(v * s0), where v = 1 - w. The terms of large weights have opposite signs, so the sum cannot overflow.
-constexpr auto kBlend = [](auto d, auto s1, auto s0, auto w, auto v) HWY_ATTR {
-  const auto sum = hn::Add(truncateToInt32(d, hn::Mul(w, s1)), truncateToInt32(d, hn::Mul(v, s0)));
-  return hn::ConvertTo(d, sum);
+struct BlendAny {
+  template <class D, class V>
+  HWY_INLINE auto operator()(D d, V s1, V s0, V w, V v) const {
+    return hn::Add(truncateToInt32(d, hn::Mul(w, s1)), truncateToInt32(d, hn::Mul(v, s0)));
+  }
+};
+
+// The same for tame weights.
+struct BlendTame {
+  template <class D, class V>
+  HWY_INLINE auto operator()(D d, V s1, V s0, V w, V v) const {
+    return hn::Add(truncateInRange(d, hn::Mul(w, s1)), truncateInRange(d, hn::Mul(v, s0)));
+  }
 };
 
 void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n) {
@@ -23,30 +40,57 @@ void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size
   for (int32_t y = 0; y < height; ++y) std::memmove(dst.row(y), src.row(y), n);
 }
 
-// A band of columns, a weight each. s1 and s0 are the bands' planes.
-void imageWeightedAdd(Plane<const uint8_t> s1, Plane<const uint8_t> s0, Plane<uint8_t> dst, int32_t height, int32_t columns,
-                      const float* weights) {
-  // Weights, and what they leave, repeated for the channels.
-  constexpr int32_t kColumns = 512;
-  float w[kColumns * kChannels];
-  float v[kColumns * kChannels];
-  for (int32_t x = 0; x < columns; x += kColumns) {
-    const size_t n = rowElements(std::min(columns - x, kColumns), kChannels);
-    for (size_t i = 0; i < n; ++i) {
-      w[i] = weights[static_cast<size_t>(x) + i / kChannels];
-      v[i] = 1.0f - w[i];
-    }
-    const ptrdiff_t start = ptrdiff_t{x} * kChannels;
-    combineRows(Plane<uint8_t>{dst.data + start, dst.pitch}, height, n, kBlend, Plane<const uint8_t>{s1.data + start, s1.pitch},
-                Plane<const uint8_t>{s0.data + start, s0.pitch}, Plane<const float>{w, 0}, Plane<const float>{v, 0});
+// blend(op) with the operation that fits the weights.
+template <class Blend>
+void withOperation(const float* weights, int32_t count, const Blend& blend) {
+  // NaN is not tame.
+  if (std::all_of(weights, weights + count, [](float w) { return std::abs(w) <= kTame; })) {
+    blend(BlendTame());
+  } else {
+    blend(BlendAny());
   }
 }
 
+// A band of columns, a weight each. s1 and s0 are the bands' planes.
+class ColumnWeights {
+ public:
+  static constexpr int32_t kColumns = 512;
+
+  // Weights of at most kColumns columns, and what they leave, repeated for the channels.
+  ColumnWeights(const float* weights, int32_t columns) : columns_(columns), weights_(weights) {
+    for (size_t i = 0; i < rowElements(columns, kChannels); ++i) {
+      w_[i] = weights[i / kChannels];
+      v_[i] = 1.0f - w_[i];
+    }
+  }
+
+  void imageWeightedAdd(Plane<const uint8_t> s1, Plane<const uint8_t> s0, Plane<uint8_t> dst, int32_t height) const {
+    withOperation(weights_, columns_, [&](const auto& op) {
+      combineRows(dst, height, rowElements(columns_, kChannels), op, s1, s0, Plane<const float>{w_, 0},
+                  Plane<const float>{v_, 0});
+    });
+  }
+
+ private:
+  int32_t columns_;
+  const float* weights_;
+  float w_[kColumns * kChannels];
+  float v_[kColumns * kChannels];
+};
+
 // A row with one weight.
 void imageWeightedAdd(const uint8_t* s1, const uint8_t* s0, uint8_t* dst, size_t n, float weight) {
-  const auto blend = [weight](auto d, auto a, auto b)
-                         HWY_ATTR { return kBlend(d, a, b, hn::Set(d, weight), hn::Set(d, 1.0f - weight)); };
-  combineRows<float>(Plane<uint8_t>{dst, 0}, 1, n, blend, Plane<const uint8_t>{s1, 0}, Plane<const uint8_t>{s0, 0});
+  withOperation(&weight, 1, [&](const auto& op) {
+    const auto blend = [&](auto d, auto a, auto b)
+                           HWY_ATTR { return op(d, a, b, hn::Set(d, weight), hn::Set(d, 1.0f - weight)); };
+    combineRows<float>(Plane<uint8_t>{dst, 0}, 1, n, blend, Plane<const uint8_t>{s1, 0}, Plane<const uint8_t>{s0, 0});
+  });
+}
+
+// The rows of a plane from y on, and x elements further right.
+template <class T>
+Plane<T> at(Plane<T> plane, int32_t y, ptrdiff_t x) {
+  return {plane.row(y) + x, plane.pitch};
 }
 
 // The packed images of one call, band checked.
@@ -61,10 +105,19 @@ struct Join {
 void joinSideBySide(const Join& j, int32_t height, int32_t width0, int32_t width1) {
   const ptrdiff_t left = ptrdiff_t{width0 - j.overlap} * kChannels;
   const ptrdiff_t band = ptrdiff_t{j.overlap} * kChannels;
-  copyRows(j.src0, j.dst, height, static_cast<size_t>(left));
-  copyRows({j.src1.data + band, j.src1.pitch}, {j.dst.data + left + band, j.dst.pitch}, height,
-           rowElements(width1 - j.overlap, kChannels));
-  imageWeightedAdd(j.src1, {j.src0.data + left, j.src0.pitch}, {j.dst.data + left, j.dst.pitch}, height, j.overlap, j.weights);
+  const size_t right = rowElements(width1 - j.overlap, kChannels);
+  const ColumnWeights first(j.weights, std::min(j.overlap, ColumnWeights::kColumns));
+  for (int32_t y = 0; y < height; y += kRows) {
+    const int32_t rows = std::min(height - y, kRows);
+    copyRows(at(j.src0, y, 0), at(j.dst, y, 0), rows, static_cast<size_t>(left));
+    first.imageWeightedAdd(at(j.src1, y, 0), at(j.src0, y, left), at(j.dst, y, left), rows);
+    copyRows(at(j.src1, y, band), at(j.dst, y, left + band), rows, right);
+  }
+  for (int32_t x = ColumnWeights::kColumns; x < j.overlap; x += ColumnWeights::kColumns) {
+    const ColumnWeights next(j.weights + x, std::min(j.overlap - x, ColumnWeights::kColumns));
+    const ptrdiff_t start = ptrdiff_t{x} * kChannels;
+    next.imageWeightedAdd(at(j.src1, 0, start), at(j.src0, 0, left + start), at(j.dst, 0, left + start), height);
+  }
 }
 
 void joinBelow(const Join& j, int32_t width, int32_t height0, int32_t height1) {
