@@ -168,6 +168,18 @@ TAMIX_API int32_t meanFilterCPUUINT8(const uint8_t* src, int32_t src_height, int
                                      uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
                                      int32_t channel, int32_t kernel_size, int32_t num_threads);
 
+/*
+ * Edge-preserving smoothing of a 3-channel image `src` (p) under a 3-channel guide (I) of the same or a larger size: in every
+ * channel dst = a * I + b, where a = cov(I, p) / (var(I) + 1) and b = mean(p) - a * mean(I) over 5x5 windows of p's grid, and a
+ * and b are smoothed by the same windows and enlarged bilinearly. The two outermost rows and columns of p's grid keep their own
+ * values. dst has the guide's size; strides count pixels and are honoured. dst may be the guide or src. kernel_size is 5 or -1,
+ * channel 3. Returns TAMIX_ERR_UNSUPPORTED for other values and sizes, TAMIX_ERR_NO_MEMORY without scratch memory.
+ */
+TAMIX_API int32_t guidedFilterCPUUINT8(const uint8_t* guide, int32_t guide_height, int32_t guide_width,
+                                       int32_t guide_width_stride, const uint8_t* src, int32_t src_height, int32_t src_width,
+                                       int32_t src_width_stride, uint8_t* dst, int32_t dst_height, int32_t dst_width,
+                                       int32_t dst_width_stride, int32_t channel, int32_t kernel_size, int32_t num_threads);
+
 #ifdef __cplusplus
 }
 #endif

@@ -47,6 +47,7 @@
 namespace tamix {
 
 // Entry n is line n. A field has its kernel's own signature, so a wrong argument list does not compile.
+// clang-format off
 struct KernelTable {
   decltype(&::resizeAreaCPUUINT8) resizeAreaCPUUINT8 = &::resizeAreaCPUUINT8;  // 0
   decltype(&::resizeBilinearCPUUINT8) resizeBilinearCPUUINT8 = &::resizeBilinearCPUUINT8;  // 1
@@ -64,7 +65,7 @@ struct KernelTable {
   decltype(&tamix::RGBAToHSVCPUUINT8) RGBAToHSVCPUUINT8 = &tamix::RGBAToHSVCPUUINT8;  // 13
   decltype(&tamix::BGRAToHSVCPUUINT8) BGRAToHSVCPUUINT8 = &tamix::BGRAToHSVCPUUINT8;  // 14
   decltype(&tamix::meanSTDCPUUINT8) meanSTDCPUUINT8 = &tamix::meanSTDCPUUINT8;  // 15
-  const void* entry_16 = nullptr;  // 16 guidedFilterCPUUINT8
+  decltype(&::guidedFilterCPUUINT8) guidedFilterCPUUINT8 = &::guidedFilterCPUUINT8;  // 16
   decltype(&tamix::mergeCPUUINT8) mergeCPUUINT8 = &tamix::mergeCPUUINT8;  // 17
   decltype(&tamix::splitCPUUINT8) splitCPUUINT8 = &tamix::splitCPUUINT8;  // 18
   decltype(&::meanFilterCPUUINT8) meanFilterCPUUINT8 = &::meanFilterCPUUINT8;  // 19
@@ -125,6 +126,7 @@ struct KernelTable {
   decltype(&tamix::splitCPUFLOAT32) splitCPUFLOAT32 = &tamix::splitCPUFLOAT32;  // 74
   decltype(&tamix::getPerspectiveTransformCPUFLOAT32) getPerspectiveTransformCPUFLOAT32 = &tamix::getPerspectiveTransformCPUFLOAT32;  // 75
 };
+// clang-format on
 static_assert(sizeof(KernelTable) == 76 * sizeof(void*));
 
 // The one table of the process. Constant: it needs no initialisation and cannot change.

@@ -70,19 +70,21 @@ bool writesAhead(const Out* dst, const In* src, size_t n) {
   return overlap && (to > from || sizeof(Out) > sizeof(In));
 }
 
-// True when the memory of two planes of this size, rows of n elements, has an element in common.
+// The memory of a plane of rows of n elements, as addresses.
+struct MemoryRange {
+  uintptr_t begin;
+  uintptr_t end;
+};
+
 template <class T>
-bool overlap(const Plane<const T>& a, const Plane<T>& b, int32_t height, size_t n) {
-  if (height < 1 || n == 0) return false;
-  const auto range = [&](auto plane) {
-    const auto first = reinterpret_cast<uintptr_t>(plane.data);
-    const auto last = reinterpret_cast<uintptr_t>(plane.row(height - 1));
-    return std::pair{std::min(first, last), std::max(first, last) + n * sizeof(T)};
-  };
-  const auto [a_begin, a_end] = range(a);
-  const auto [b_begin, b_end] = range(b);
-  return a_begin < b_end && b_begin < a_end;
+MemoryRange memoryOf(const Plane<T>& plane, int32_t height, size_t n) {
+  if (height < 1 || n == 0) return {0, 0};
+  const auto first = reinterpret_cast<uintptr_t>(plane.data);
+  const auto last = reinterpret_cast<uintptr_t>(plane.row(height - 1));
+  return {std::min(first, last), std::max(first, last) + n * sizeof(T)};
 }
+
+inline bool overlap(const MemoryRange& a, const MemoryRange& b) { return a.begin < b.end && b.begin < a.end; }
 
 // The same rows from the last to the first.
 template <class T>
@@ -122,8 +124,10 @@ class ScratchBuffer {
 template <class T>
 class StableSource {
  public:
-  StableSource(Plane<const T> src, Plane<T> dst, int32_t height, size_t n) : plane_(src) {
-    if (!overlap(src, dst, height, n)) return;
+  StableSource(Plane<const T> src, Plane<T> dst, int32_t height, size_t n)
+      : StableSource(src, height, n, memoryOf(dst, height, n)) {}
+  StableSource(Plane<const T> src, int32_t height, size_t n, const MemoryRange& dst) : plane_(src) {
+    if (!overlap(memoryOf(src, height, n), dst)) return;
     const auto rows = static_cast<size_t>(height);
     copy_ = ScratchBuffer<T>(n > std::numeric_limits<size_t>::max() / rows ? std::numeric_limits<size_t>::max() : n * rows);
     plane_ = {copy_.data(), static_cast<ptrdiff_t>(n)};
