@@ -11,11 +11,11 @@ namespace {
 
 bool isNV(int32_t format) { return format == Tamix_NV12 || format == Tamix_NV21; }
 
-// Where in the record's bytes an image begins.
+// A picture's size and channels without its pixels.
 TamixImage emptyLike(const Picture& picture) {
   TamixImage image{};
-  image.width = picture.size().width;
-  image.height = picture.size().height;
+  image.width = image.width_stride = picture.size().width;
+  image.height = image.height_stride = picture.size().height;
   image.channel = picture.channels();
   return image;
 }
@@ -192,6 +192,12 @@ Size windowSize(const TamixParams& params, int32_t otherwise) {
   return {size, size};
 }
 
+// The element is written into the first output. The record's input, which is not read, says that elements are bytes.
+void prepareElement(Job& job) {
+  job.params().kernel = job.outputs()[0].bytes().data();
+  job.params().input[0] = job.outputs()[0].record();
+}
+
 // A structuring element of the asked shape, where one is asked for.
 void planMorphology(Job& job) {
   planSame(job);
@@ -203,7 +209,7 @@ void planMorphology(Job& job) {
   element.addOutput(Tamix_GRAY, size);
   element.params().kernel_height = size.height;
   element.params().kernel_width = size.width;
-  element.params().kernel = element.outputs()[0].bytes().data();
+  prepareElement(element);
   const int32_t status = element.run(TAMIX_OP_GET_STRUCTURING_ELEMENT);
   if (status != TAMIX_OK) throw std::runtime_error("the structuring element failed: " + statusName(status));
   job.element = element.outputs()[0].bytes();
@@ -214,7 +220,7 @@ void planElement(Job& job) {
   const Size size = windowSize(job.params(), -1);
   if (size.empty()) throw std::runtime_error("give the size of the element with --kernel-size");
   job.addOutput(Tamix_GRAY, size);
-  job.params().kernel = job.outputs()[0].bytes().data();
+  prepareElement(job);
 }
 
 std::string reportElement(Job& job) {
