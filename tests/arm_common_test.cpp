@@ -10,9 +10,11 @@
 
 #include "inference/runtime/cpu/arm/common/border.h"
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
+#include "inference/runtime/cpu/arm/common/byte_table.h"
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
 #include "inference/runtime/cpu/arm/common/reciprocal.h"
+#include "inference/runtime/cpu/arm/common/rows.h"
 
 namespace tamix::test {
 namespace {
@@ -104,6 +106,57 @@ uint32_t estimateModel(uint32_t bits) {
   if (result_exponent == 0) result = (result | 0x800000u) >> 1;
   if (result_exponent == -1) result = (result | 0x800000u) >> 2;
   return sign | (static_cast<uint32_t>(result_exponent > 0 ? result_exponent : 0) << 23) | static_cast<uint32_t>(result);
+}
+
+TEST(FloatToInt, SaturatesFloatsAndIntegersToBytes) {
+  const std::vector<float> in = interestingFloats();
+  const hn::ScalableTag<float> d;
+  const hn::Rebind<uint8_t, decltype(d)> d8;
+  const hn::RebindToSigned<decltype(d)> di;
+  for (size_t i = 0; i < in.size(); i += hn::Lanes(d)) {
+    uint8_t floats[hn::MaxLanes(d)], integers[hn::MaxLanes(d)];
+    int32_t bits[hn::MaxLanes(d)];
+    std::memcpy(bits, &in[i], sizeof(bits));
+    hn::StoreU(saturateToUint8(d, hn::LoadU(d, &in[i])), d8, floats);
+    hn::StoreU(saturateInt32ToUint8(di, hn::LoadU(di, bits)), d8, integers);
+    for (size_t k = 0; k < hn::Lanes(d); ++k) {
+      const float value = in[i + k];
+      ASSERT_EQ(floats[k], !(value > 0) ? 0 : value >= 255 ? 255 : static_cast<int>(value)) << value;
+      ASSERT_EQ(integers[k], std::clamp(bits[k], 0, 255));
+    }
+  }
+}
+
+template <class D>
+void expectTableLookup(D d) {
+  uint8_t table[256], index[hn::MaxLanes(D())], found[hn::MaxLanes(D())];
+  for (size_t i = 0; i < 256; ++i) table[i] = static_cast<uint8_t>(i * 91 + 17);
+  const ByteTable bytes(table);
+  for (size_t start = 0; start < 256; ++start) {
+    for (size_t k = 0; k < hn::Lanes(d); ++k) index[k] = static_cast<uint8_t>(start + 67 * k);
+    hn::StoreU(bytes.lookup(hn::LoadU(d, index)), d, found);
+    for (size_t k = 0; k < hn::Lanes(d); ++k) ASSERT_EQ(found[k], table[index[k]]);
+  }
+}
+
+TEST(ByteTable, LooksUpEveryIndexAtEveryWidth) {
+  if (!kHasByteTable) GTEST_SKIP() << "no table in registers on this target";
+  expectTableLookup(hn::ScalableTag<uint8_t>());
+  expectTableLookup(hn::CappedTag<uint8_t, 32>());
+  expectTableLookup(hn::CappedTag<uint8_t, 16>());
+  expectTableLookup(hn::CappedTag<uint8_t, 1>());
+}
+
+TEST(Rows, SeeWritesAheadOfReads) {
+  uint8_t bytes[64];
+  const auto* const floats = reinterpret_cast<const float*>(bytes);
+  EXPECT_FALSE(writesAhead(bytes, bytes, 16));
+  EXPECT_TRUE(writesAhead(bytes + 1, bytes, 16));
+  EXPECT_TRUE(writesAhead(bytes + 15, bytes, 16));
+  EXPECT_FALSE(writesAhead(bytes + 16, bytes, 16));
+  EXPECT_FALSE(writesAhead(bytes, bytes + 1, 16));
+  EXPECT_FALSE(writesAhead(bytes, floats, 16));  // narrower elements fall behind
+  EXPECT_TRUE(writesAhead(reinterpret_cast<float*>(bytes), bytes, 16));
 }
 
 TEST(Reciprocal, EstimateHasTheArchitecturesBits) {
