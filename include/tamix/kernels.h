@@ -107,13 +107,13 @@ TAMIX_API int32_t BGRToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t*
 /*
  * Smooths an image of interleaved 8-bit channels with a symmetric 3x3 kernel. `kernel`: 9 floats row by row, of which the
  * corner kernel[0], the edge kernel[1] and the centre kernel[4] count; null builds the sampled Gaussian of `sigma` (0: 0.8).
- * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another size
- * than 3x3 return TAMIX_OK and leave dst alone. border_type: a TamixBorderType, -1 standing for TAMIX_BORDER_REFLECT_101.
+ * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another
+ * size than 3x3 return TAMIX_OK and leave dst alone. border_type: a TamixBorderType, -1 standing for TAMIX_BORDER_REFLECT_101.
  *
  * Widths below 8, heights below 2 of 3 mirrored channels, unknown borders (TAMIX_ERR_UNSUPPORTED), constant borders outside
- * 0..255 (TAMIX_ERR_INVALID_IMAGE) and failed allocations (TAMIX_ERR_NO_MEMORY) are reported, and dst is filled nevertheless, in
- * single precision with a mirrored border and all nine weights; a line or column that has no neighbour mirrors itself. More than
- * 4 channels are not filled then. In place is fine.
+ * 0..255 (TAMIX_ERR_INVALID_IMAGE) and failed allocations (TAMIX_ERR_NO_MEMORY) are reported, and dst is filled nevertheless,
+ * in single precision with a mirrored border and all nine weights; a line or column that has no neighbour mirrors itself. More
+ * than 4 channels are not filled then. In place is fine.
  */
 TAMIX_API int32_t gaussianFilterCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t height, int32_t width,
                                          int32_t src_width_stride, int32_t dst_width_stride, int32_t channel,
