@@ -9,9 +9,14 @@
 
 namespace tamix {
 
+// Which lane of a vector holds element i.
+using LaneOf = unsigned (*)(unsigned i);
+constexpr unsigned inOrder(unsigned i) { return i; }
+
 #if HWY_TARGET == HWY_AVX3_DL
 // 64 pixels of three bytes lie in three registers x0, x1, x2. A permute of each register moves its bytes to lanes such that a
-// channel is a blend of the three, up to a last permute of its own: cheaper than permutes of two registers.
+// channel is a blend of the three, up to a last permute of its own: cheaper than permutes of two registers. Stores go the
+// other way.
 //   lanes       0       1..21   22..42  43..63
 //   channel 0   x0      x0      x1      x2
 //   channel 1   x1      x2      x0      x1
@@ -44,12 +49,34 @@ constexpr Index lanesToPixels(size_t channel) {
   return index;
 }
 
+// The lane of each byte of register k.
+constexpr Index lanesToBytes(size_t k) {
+  Index index{};
+  for (size_t i = 0; i < 64; ++i) index[i] = static_cast<uint8_t>(laneOf((64 * k + i) % 3, (64 * k + i) / 3));
+  return index;
+}
+
+// Where each lane of a channel comes from in a vector that holds pixel p in lane kLaneOf(p).
+template <LaneOf kLaneOf>
+constexpr Index pixelsToLanes(size_t channel) {
+  Index index{};
+  for (unsigned p = 0; p < 64; ++p) index[laneOf(channel, p)] = static_cast<uint8_t>(kLaneOf(p));
+  return index;
+}
+
 alignas(64) inline constexpr Index kBytesToLanes[3] = {bytesToLanes(0), bytesToLanes(1), bytesToLanes(2)};
 alignas(64) inline constexpr Index kLanesToPixels[3] = {lanesToPixels(0), lanesToPixels(1), lanesToPixels(2)};
+alignas(64) inline constexpr Index kLanesToBytes[3] = {lanesToBytes(0), lanesToBytes(1), lanesToBytes(2)};
+template <LaneOf kLaneOf>
+alignas(64) inline constexpr Index kPixelsToLanes[3] = {pixelsToLanes<kLaneOf>(0), pixelsToLanes<kLaneOf>(1),
+                                                        pixelsToLanes<kLaneOf>(2)};
 
 HWY_INLINE __m512i permute(__m512i v, const Index& index) {
   return _mm512_permutexvar_epi8(_mm512_load_si512(index.data()), v);
 }
+
+// `there` in the given lanes, v in the others.
+HWY_INLINE __m512i blend(uint64_t lanes, __m512i v, __m512i there) { return _mm512_mask_blend_epi8(lanes, v, there); }
 
 }  // namespace interleave3
 #endif
@@ -63,7 +90,6 @@ HWY_INLINE void loadInterleaved3(D d, const hn::TFromD<D>* HWY_RESTRICT from, V&
     const __m512i x0 = permute(_mm512_loadu_si512(from), kBytesToLanes[0]);
     const __m512i x1 = permute(_mm512_loadu_si512(from + 64), kBytesToLanes[1]);
     const __m512i x2 = permute(_mm512_loadu_si512(from + 128), kBytesToLanes[2]);
-    const auto blend = [](uint64_t lanes, __m512i v, __m512i there) { return _mm512_mask_blend_epi8(lanes, v, there); };
     a = V{blend(kLanes43To63, blend(kLanes22To42, x0, x1), x2)};
     b = V{permute(blend(kLanes1To21, blend(kLanes22To42, x1, x0), x2), kLanesToPixels[1])};
     c = V{permute(blend(kLanes1To21, blend(kLanes43To63, x2, x0), x1), kLanesToPixels[2])};
@@ -73,44 +99,32 @@ HWY_INLINE void loadInterleaved3(D d, const hn::TFromD<D>* HWY_RESTRICT from, V&
   hn::LoadInterleaved3(d, from, a, b, c);
 }
 
-// Which lane of a vector holds element i.
-using LaneOf = unsigned (*)(unsigned i);
-constexpr unsigned inOrder(unsigned i) { return i; }
-
 // Stores element 0 of a, b, c, element 1 of a, b, c, ...: three times Lanes(d) bytes. D is a tag of uint8_t. Lanes in another
 // order than the elements' cost nothing with whole-vector byte permutations, one lookup per vector otherwise; their order is
 // that of 16 elements, repeated.
 template <LaneOf kLaneOf = inOrder, class D, class V = hn::Vec<D>>
 HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) {
-#if HWY_TARGET == HWY_AVX3_DL
-  if constexpr (sizeof(V) == 64) {
-    // Output byte j of all 192 is element j / 3 of vector j % 3. Vectors a and b are reached by one permutation (b: +64).
-    alignas(64) static constexpr auto kTables = [] {
-      struct Tables {
-        uint8_t ab[3][64], c[3][64];
-        uint64_t from_c[3];
-      } tables{};
-      for (unsigned j = 0; j < 192; ++j) {
-        tables.ab[j / 64][j % 64] = static_cast<uint8_t>(kLaneOf(j / 3) + (j % 3 == 1 ? 64 : 0));
-        tables.c[j / 64][j % 64] = static_cast<uint8_t>(kLaneOf(j / 3));
-        if (j % 3 == 2) tables.from_c[j / 64] |= uint64_t{1} << (j % 64);
-      }
-      return tables;
-    }();
-    for (size_t k = 0; k < 3; ++k) {
-      const __m512i ab = _mm512_permutex2var_epi8(a.raw, _mm512_load_si512(kTables.ab[k]), b.raw);
-      const __m512i abc = _mm512_mask_permutexvar_epi8(ab, kTables.from_c[k], _mm512_load_si512(kTables.c[k]), c.raw);
-      hn::StoreU(V{abc}, d, to + 64 * k);
-    }
-    return;
-  }
-#endif
   constexpr bool kSorted = [] {
     for (unsigned i = 0; i < 16; ++i) {
       if (kLaneOf(i) != i) return false;
     }
     return true;
   }();
+#if HWY_TARGET == HWY_AVX3_DL
+  if constexpr (sizeof(V) == 64) {
+    using namespace interleave3;
+    const __m512i c0 = kSorted ? a.raw : permute(a.raw, kPixelsToLanes<kLaneOf>[0]);
+    const __m512i c1 = permute(b.raw, kPixelsToLanes<kLaneOf>[1]);
+    const __m512i c2 = permute(c.raw, kPixelsToLanes<kLaneOf>[2]);
+    const __m512i x0 = blend(kLanes43To63, blend(kLanes22To42, c0, c1), c2);
+    const __m512i x1 = blend(kLanes1To21, blend(kLanes22To42, c1, c0), c2);
+    const __m512i x2 = blend(kLanes1To21, blend(kLanes43To63, c2, c0), c1);
+    _mm512_storeu_si512(to, permute(x0, kLanesToBytes[0]));
+    _mm512_storeu_si512(to + 64, permute(x1, kLanesToBytes[1]));
+    _mm512_storeu_si512(to + 128, permute(x2, kLanesToBytes[2]));
+    return;
+  }
+#endif
   if constexpr (!kSorted) {
     alignas(16) static constexpr auto kOrder = [] {
       std::array<uint8_t, 16> order{};

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
-#include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -60,7 +59,8 @@ int32_t hconcatCPUUINT8(const uint8_t* src0, int32_t height0, const uint8_t* src
   const auto heights = fittingSizes(pieces, image_count, dst_height);
   for (size_t i = 0; i < kMostImages; ++i) {
     if (heights[i] == 0 || row == 0) continue;
-    std::memmove(dst, pieces[i].data, heights[i] * row);
+    const auto packed = static_cast<ptrdiff_t>(row);
+    copyImage(Plane<const uint8_t>{pieces[i].data, packed}, Plane<uint8_t>{dst, packed}, static_cast<int32_t>(heights[i]), row);
     dst += heights[i] * row;
   }
   return TAMIX_OK;
@@ -80,15 +80,14 @@ int32_t vconcatCPUUINT8(const uint8_t* src0, int32_t width0, const uint8_t* src1
                 dst_width);
 
   const auto widths = fittingSizes(pieces, image_count, dst_width);
-  const auto pixel = static_cast<size_t>(channels);
-  for (int32_t y = 0; y < height; ++y) {
-    for (size_t i = 0; i < kMostImages; ++i) {
-      const size_t bytes = widths[i] * pixel;
-      if (bytes == 0) continue;
-      // Rows of the image itself are as long as it says, even where the output takes less of them.
-      std::memmove(dst, pieces[i].data + static_cast<size_t>(y) * rowElements(pieces[i].size, channels), bytes);
-      dst += bytes;
-    }
+  const Plane<uint8_t> out = plane(dst, std::max(dst_width, 0), channels);
+  ptrdiff_t at = 0;
+  for (size_t i = 0; i < kMostImages; ++i) {
+    if (widths[i] == 0) continue;
+    const auto bytes = static_cast<ptrdiff_t>(widths[i]) * channels;
+    // Rows of the image itself are as long as it says, even where the output takes less of them.
+    copyImage(plane(pieces[i].data, pieces[i].size, channels), out.from(0, at), height, static_cast<size_t>(bytes));
+    at += bytes;
   }
   return TAMIX_OK;
 }

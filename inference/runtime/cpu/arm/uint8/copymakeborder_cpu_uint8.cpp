@@ -6,6 +6,7 @@
 #include "inference/runtime/cpu/arm/common/border.h"
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -27,8 +28,23 @@ struct Extent {
 
   bool isEmpty() const { return height < 1 || width < 1 || channels < 1; }
   size_t srcRow() const { return static_cast<size_t>(width * channels); }
+  bool streamed() const {
+    const auto rows = static_cast<int32_t>(height);
+    const auto all_rows = static_cast<int32_t>(top + height + bottom);
+    return isStreamed(static_cast<size_t>(height) * srcRow()) &&
+           !overlap(memoryOf(src, rows, srcRow()), memoryOf(dst, all_rows, dstRow()));
+  }
   size_t dstRow() const { return static_cast<size_t>((left + width + right) * channels); }
 };
+
+// Copies an input row into the middle of its output row.
+void copyMiddle(const uint8_t* in, uint8_t* middle, size_t n, bool streamed) {
+  if (streamed) {
+    streamBytes(middle, in, n);
+  } else {
+    std::memmove(middle, in, n);
+  }
+}
 
 // One vector of an output row, and where its bytes come from: source[i] bytes behind src_start of the input row.
 template <size_t kLanes>
@@ -150,6 +166,7 @@ int32_t copyMakeBorderOther(const Extent& extent, int32_t border_type) {
   // The default border does without the table if it must.
   TAMIX_REQUIRE(blocks || border_type == TAMIX_BORDER_REFLECT_101, TAMIX_ERR_NO_MEMORY, "memory allocation failed");
 
+  const bool streamed = extent.streamed();
   const int64_t right_start = extent.left + extent.width;
   const Columns left(extent, border_type, 0, extent.left, blocks.data());
   const Columns right(extent, border_type, right_start, right_start + extent.right,
@@ -159,8 +176,9 @@ int32_t copyMakeBorderOther(const Extent& extent, int32_t border_type) {
     uint8_t* const out = extent.dst.row(extent.top + y);
     left.fill(in, out);
     right.fill(in, out);
-    std::memmove(out + extent.left * extent.channels, in, extent.srcRow());
+    copyMiddle(in, out + extent.left * extent.channels, extent.srcRow(), streamed);
   }
+  if (streamed) finishStreaming();
   copyBorderRows(extent, border_type);
   return TAMIX_OK;
 }
@@ -169,6 +187,7 @@ int32_t copyMakeBorderCONSTANT(const Extent& extent, int32_t border_value) {
   TAMIX_REQUIRE(border_value >= 0 && border_value <= 255, TAMIX_ERR_INVALID_IMAGE, "Recieved unsupported border value %d",
                 border_value);
   if (extent.isEmpty()) return TAMIX_OK;
+  const bool streamed = extent.streamed();
   const auto fill = [border_value](uint8_t* at, size_t n) { std::memset(at, border_value, n); };
   const auto left = static_cast<size_t>(extent.left * extent.channels);
   const auto right = static_cast<size_t>(extent.right * extent.channels);
@@ -176,9 +195,10 @@ int32_t copyMakeBorderCONSTANT(const Extent& extent, int32_t border_value) {
   for (int64_t y = 0; y < extent.height; ++y) {
     uint8_t* const out = extent.dst.row(extent.top + y);
     fill(out, left);
-    std::memmove(out + left, extent.src.row(y), extent.srcRow());
+    copyMiddle(extent.src.row(y), out + left, extent.srcRow(), streamed);
     fill(out + left + extent.srcRow(), right);
   }
+  if (streamed) finishStreaming();
   for (int64_t y = 0; y < extent.bottom; ++y) fill(extent.dst.row(extent.top + extent.height + y), extent.dstRow());
   return TAMIX_OK;
 }

@@ -5,6 +5,7 @@
 
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -71,6 +72,18 @@ void mirrorRun(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_
   for (; i < n; ++i) std::memcpy(dst + i * kPixel, src + (n - 1 - i) * kPixel, kPixel);
 }
 
+// The same past the caches.
+template <size_t kPixel>
+void streamMirrored(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_t n) {
+  constexpr size_t kPiece = 1024;
+  alignas(64) uint8_t piece[kPiece * kPixel];
+  for (size_t i = 0; i < n; i += kPiece) {
+    const size_t count = std::min(kPiece, n - i);
+    mirrorRun<kPixel>(src + (n - i - count) * kPixel, piece, count);
+    streamBytes(dst + i * kPixel, piece, count * kPixel);
+  }
+}
+
 // a pixel i = old b pixel n - 1 - i, and the other way round.
 template <size_t kPixel>
 void exchangeMirrored(uint8_t* a, uint8_t* b, size_t n) {
@@ -115,8 +128,12 @@ void flip(Plane<const uint8_t> src, const Plane<uint8_t>& dst, int32_t height, s
   if (height < 1 || width == 0) return;
   if (src.data == dst.data) return flipInPlace<kPixel>(dst, height, width, flip_code);
   if (flip_code <= 0) src = upsideDown(src, height);
-  if (flip_code == 0) return copyRows(src, dst, height, width * kPixel);
-  for (int32_t y = 0; y < height; ++y) mirrorRun<kPixel>(src.row(y), dst.row(y), width);
+  if (flip_code == 0) return copyImage(src, dst, height, width * kPixel);
+  const bool streamed = isStreamed(static_cast<size_t>(height) * width * kPixel);
+  for (int32_t y = 0; y < height; ++y) {
+    (streamed ? streamMirrored<kPixel> : mirrorRun<kPixel>)(src.row(y), dst.row(y), width);
+  }
+  if (streamed) finishStreaming();
 }
 
 }  // namespace

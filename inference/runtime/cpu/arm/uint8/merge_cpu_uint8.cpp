@@ -1,7 +1,10 @@
 #include "inference/runtime/cpu/arm/uint8/merge_cpu_uint8.h"
 
+#include <algorithm>
+
 #include "inference/runtime/cpu/arm/common/interleave.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -21,6 +24,19 @@ void mergeRun(const uint8_t* src0, const uint8_t* src1, const uint8_t* src2, siz
       });
 }
 
+// The same for a whole image.
+void mergeImage(const uint8_t* src0, const uint8_t* src1, const uint8_t* src2, size_t n, uint8_t* dst) {
+  if (!isStreamed(3 * n)) return mergeRun(src0, src1, src2, n, dst);
+  constexpr size_t kPiece = 2048;
+  alignas(64) uint8_t piece[3 * kPiece];
+  for (size_t k = 0; k < n; k += kPiece) {
+    const size_t count = std::min(kPiece, n - k);
+    mergeRun(src0 + k, src1 + k, src2 + k, count, piece);
+    streamBytes(dst + 3 * k, piece, 3 * count);
+  }
+  finishStreaming();
+}
+
 }  // namespace
 
 int32_t mergeCPUUINT8(const uint8_t* src0, const uint8_t* src1, const uint8_t* src2, const uint8_t* src3, int32_t height,
@@ -32,7 +48,7 @@ int32_t mergeCPUUINT8(const uint8_t* src0, const uint8_t* src1, const uint8_t* s
   TAMIX_REQUIRE(channels == 3, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported channel: %d", channels);
   TAMIX_REQUIRE(width == width_stride, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported dst_width %d and dst_width_stride: %d",
                 width, width_stride);
-  mergeRun(src0, src1, src2, planeElements(height, width, width), dst);
+  mergeImage(src0, src1, src2, planeElements(height, width, width), dst);
   return TAMIX_OK;
 }
 

@@ -1,6 +1,6 @@
 #include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
 
-#include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -9,8 +9,8 @@ int32_t rectCutCPUUINT8(const uint8_t* src, int32_t /*src_height*/, int32_t /*sr
                         int32_t /*dst_height*/, int32_t /*dst_width*/, int32_t dst_stride, int32_t channels, int32_t left,
                         int32_t top, int32_t width, int32_t height, int32_t /*num_threads*/) {
   TAMIX_REQUIRE_DATA(src, dst);
-  copyRows(plane(src, src_stride, channels).from(top, ptrdiff_t{left} * channels), plane(dst, dst_stride, channels), height,
-           rowElements(width, channels));
+  copyImage(plane(src, src_stride, channels).from(top, ptrdiff_t{left} * channels), plane(dst, dst_stride, channels), height,
+            rowElements(width, channels));
   return TAMIX_OK;
 }
 

@@ -16,7 +16,7 @@ int32_t splitCPUUINT8(const uint8_t* src, int32_t height, int32_t width, int32_t
   TAMIX_REQUIRE(dst0 != nullptr, TAMIX_ERR_INVALID_IMAGE, "Recieved null output data pointer");
   TAMIX_REQUIRE(width == width_stride, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported src_width %d and src_width_stride: %d",
                 width, width_stride);
-  splitRun(src, planeElements(height, width, width), {dst0, dst1, dst2});
+  splitImage(src, planeElements(height, width, width), {dst0, dst1, dst2});
   return TAMIX_OK;
 }
 

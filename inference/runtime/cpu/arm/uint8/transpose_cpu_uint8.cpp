@@ -9,9 +9,6 @@
 namespace tamix {
 namespace {
 
-// Source rows of a band, whose cache lines stay near while neighbouring columns are taken from them.
-constexpr size_t kBand = 256;
-
 // Tiles of pixels of kPixel bytes in lanes of T, in vectors of bytes D.
 template <size_t kPixel, class T, class D>
 class Tiles {
@@ -20,6 +17,8 @@ class Tiles {
   // Columns of a tile, and so vectors of it; each holds a column as kRows pixels.
   static constexpr size_t kColumns = 16 / sizeof(T);
   static constexpr size_t kRows = kVector / sizeof(T);
+  // Source rows of a band, whose cache lines stay near while neighbouring columns are taken from them.
+  static constexpr size_t kBand = 256 / sizeof(T);
   // Columns that a row must have for 16 bytes to be read.
   static constexpr size_t kLeastColumns = (16 + kPixel - 1) / kPixel;
 
