@@ -4,6 +4,7 @@
 #include <array>
 
 #include "inference/runtime/cpu/arm/common/simd.h"
+#include "inference/runtime/cpu/arm/common/unrolled.h"
 
 namespace tamix {
 
@@ -30,19 +31,18 @@ HWY_INLINE hn::Vec<D> loadBlocks(D d, const uint8_t* p, ptrdiff_t step) {
 }
 
 // In every 128-bit block, lane i of v[j] goes to lane j of v[i]. D is the tag of the lanes, n lanes to a block.
-template <class D, size_t n, class V = hn::Vec<D>>
+template <class D, size_t n, size_t kRound = 1, class V = hn::Vec<D>>
 HWY_INLINE void transposeBlocks(D d, V (&v)[n]) {
   static_assert(n * sizeof(hn::TFromD<D>) == 16);
   // Every round interleaves the upper half of the vectors into the lower half, which rotates the bits of the position
   // (vector, lane) by one.
-  for (size_t round = 1; round < n; round *= 2) {
-    V next[n];
-    for (size_t i = 0; i < n / 2; ++i) {
-      next[2 * i] = hn::InterleaveLower(d, v[i], v[i + n / 2]);
-      next[2 * i + 1] = hn::InterleaveUpper(d, v[i], v[i + n / 2]);
-    }
-    for (size_t i = 0; i < n; ++i) v[i] = next[i];
-  }
+  V next[n];
+  unrolled<n / 2>([&](auto i) __attribute__((always_inline)) {
+    next[2 * i] = hn::InterleaveLower(d, v[i], v[i + n / 2]);
+    next[2 * i + 1] = hn::InterleaveUpper(d, v[i], v[i + n / 2]);
+  });
+  unrolled<n>([&](auto i) __attribute__((always_inline)) { v[i] = next[i]; });
+  if constexpr (2 * kRound < n) transposeBlocks<D, n, 2 * kRound>(d, v);
 }
 
 // The first three bytes of every four, closed up at the front; the rest is arbitrary.

@@ -1,11 +1,13 @@
 #include "inference/runtime/cpu/arm/uint8/flip_cpu_uint8.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/stream.h"
+#include "inference/runtime/cpu/arm/common/unrolled.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -19,13 +21,7 @@ class PixelMirror {
   static constexpr size_t kPixels = hn::MaxLanes(D()) / kPixel;
   static constexpr size_t kSpare = hn::MaxLanes(D()) - kPixels * kPixel;
 
-  PixelMirror() {
-    alignas(64) uint8_t index[hn::MaxLanes(D())] = {};
-    for (size_t i = 0; i < kPixels * kPixel; ++i) {
-      index[i] = static_cast<uint8_t>(kSpare + (kPixels - 1 - i / kPixel) * kPixel + i % kPixel);
-    }
-    index_ = hn::Load(D(), index);
-  }
+  PixelMirror() : index_(hn::Load(D(), kIndex.data())) {}
 
   // The kPixels pixels at src, of which the bytes before are readable too.
   HWY_INLINE hn::Vec<D> operator()(const uint8_t* src) const {
@@ -34,6 +30,13 @@ class PixelMirror {
   }
 
  private:
+  alignas(64) static constexpr auto kIndex = [] {
+    std::array<uint8_t, hn::MaxLanes(D())> index{};
+    for (size_t i = 0; i < kPixels * kPixel; ++i) {
+      index[i] = static_cast<uint8_t>(kSpare + (kPixels - 1 - i / kPixel) * kPixel + i % kPixel);
+    }
+    return index;
+  }();
   hn::Vec<D> index_;
 };
 
@@ -49,24 +52,50 @@ size_t mirrorVectors(D d, const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT
   const auto from = [&](size_t i) { return src + (n - i - kStep) * kPixel; };
   const auto to = [&](size_t i) { return dst + i * kPixel; };
   size_t i = 0;
-  for (; i + 3 * kStep + kLeast <= n; i += 4 * kStep) {
-    const auto v0 = mirrored(from(i));
-    const auto v1 = mirrored(from(i + kStep));
-    const auto v2 = mirrored(from(i + 2 * kStep));
-    const auto v3 = mirrored(from(i + 3 * kStep));
-    hn::StoreU(v0, d, to(i));
-    hn::StoreU(v1, d, to(i + kStep));
-    hn::StoreU(v2, d, to(i + 2 * kStep));
-    hn::StoreU(v3, d, to(i + 3 * kStep));
+  constexpr size_t kUnroll = hn::MaxLanes(d) == 16 ? 8 : 4;
+  for (; i + (kUnroll - 1) * kStep + kLeast <= n; i += kUnroll * kStep) {
+    hn::Vec<D> v[kUnroll];
+    unrolled<kUnroll>([&](auto k) __attribute__((always_inline)) { v[k] = mirrored(from(i + k * kStep)); });
+    unrolled<kUnroll>([&](auto k) __attribute__((always_inline)) { hn::StoreU(v[k], d, to(i + k * kStep)); });
   }
   for (; i + kLeast <= n; i += kStep) hn::StoreU(mirrored(from(i)), d, to(i));
   if (i + (kLeast - kStep) < n) hn::StoreU(mirrored(from(n - kLeast)), d, to(n - kLeast));
   return n - (kLeast - kStep);
 }
 
+#if HWY_TARGET == HWY_NEON
+// The same for whole blocks of 16 pixels of three bytes, channel by channel: fewer instructions where loads and stores
+// de-interleave. Returns the number of pixels written.
+inline size_t mirrorBlocks(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_t n) {
+  const hn::CappedTag<uint8_t, 16> d;
+  alignas(16) static constexpr uint8_t kReversed[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+  const auto reversed = hn::Load(d, kReversed);
+  // A load takes a step backwards along only if the compiler does not know the step.
+  ptrdiff_t step = -48;
+  asm("" : "+r"(step));
+  const uint8_t* from = src + 3 * n - 48;
+  for (size_t left = n / 16; left > 0; --left) {
+    hn::Vec<decltype(d)> c0, c1, c2;
+    hn::LoadInterleaved3(d, from, c0, c1, c2);
+    from += step;
+    hn::StoreInterleaved3(hn::TableLookupBytes(c0, reversed), hn::TableLookupBytes(c1, reversed),
+                          hn::TableLookupBytes(c2, reversed), d, dst);
+    dst += 48;
+  }
+  return n - n % 16;
+}
+#endif
+
 // dst pixel i = src pixel n - 1 - i. Neither touches anything outside the n pixels; they must not overlap.
 template <size_t kPixel>
 void mirrorRun(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_t n) {
+#if HWY_TARGET == HWY_NEON
+  if constexpr (kPixel == 3) {
+    const size_t done = n < 16 ? 0 : mirrorBlocks(src, dst, n);
+    dst += done * kPixel;
+    n -= done;
+  }
+#endif
   size_t i = mirrorVectors<kPixel>(hn::ScalableTag<uint8_t>(), src, dst, n);
   if (i == 0) i = mirrorVectors<kPixel>(hn::CappedTag<uint8_t, 16>(), src, dst, n);
   for (; i < n; ++i) std::memcpy(dst + i * kPixel, src + (n - 1 - i) * kPixel, kPixel);

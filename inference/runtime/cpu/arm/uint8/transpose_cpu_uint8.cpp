@@ -40,34 +40,50 @@ class Tiles {
     // Four pixels of three bytes are found anywhere in 16 bytes that end with the row.
     const size_t start = std::min(x * kPixel, width_ * kPixel - 16);
     const V widen = wideningIndex(x * kPixel - start);
-    for (size_t y = band; y < band_end; y += kRows) transposeTile(start, x, std::min(y, height_ - kRows), widen);
+    const ptrdiff_t src_pitch = src_.pitch;
+    const ptrdiff_t dst_pitch = dst_.pitch;
+    const uint8_t* from = src_.row(static_cast<ptrdiff_t>(band)) + start;
+    uint8_t* to = dst_.row(static_cast<ptrdiff_t>(x)) + band * kPixel;
+    size_t y = band;
+    for (; y + kRows <= band_end; y += kRows) {
+      transposeTile(from, src_pitch, to, dst_pitch, y, widen);
+      from += static_cast<ptrdiff_t>(kRows) * src_pitch;
+      to += kRows * kPixel;
+    }
+    if (y == band_end) return;
+    const size_t back = y + kRows - height_;
+    transposeTile(from - static_cast<ptrdiff_t>(back) * src_pitch, src_pitch, to - back * kPixel, dst_pitch, y - back, widen);
   }
 
-  HWY_INLINE void transposeTile(size_t start, size_t x, size_t y, V widen) const {
+  // from, to: the tile's place in the images; y: its first source row.
+  HWY_INLINE void transposeTile(const uint8_t* from, ptrdiff_t src_pitch, uint8_t* to, ptrdiff_t dst_pitch, size_t y,
+                                V widen) const {
     const D d;
     const hn::Repartition<T, D> lanes;
     hn::Vec<decltype(lanes)> v[kColumns];
-    const uint8_t* from = src_.row(static_cast<ptrdiff_t>(y)) + start;
-    for (size_t i = 0; i < kColumns; ++i, from += src_.pitch) {
-      V bytes = loadBlocks(d, from, static_cast<ptrdiff_t>(kColumns) * src_.pitch);
+    unrolled<kColumns>([&](auto i) __attribute__((always_inline)) {
+      V bytes = loadBlocks(d, from, static_cast<ptrdiff_t>(kColumns) * src_pitch);
+      from += src_pitch;
       if constexpr (kPixel == 3) bytes = hn::TableLookupBytes(bytes, widen);
       v[i] = hn::BitCast(lanes, bytes);
-    }
+    });
     transposeBlocks(lanes, v);
-    uint8_t* to = dst_.row(static_cast<ptrdiff_t>(x)) + y * kPixel;
     // A vector is longer than its pixels of three bytes: what it writes behind them is still to come, except at a row's end.
-    const bool fits = kPixel == sizeof(T) || y * kPixel + kVector <= height_ * kPixel;
-    for (size_t i = 0; i < kColumns; ++i, to += dst_.pitch) {
+    if (kPixel == 3 && y * kPixel + kVector > height_ * kPixel) {
+      unrolled<kColumns>([&](auto i) __attribute__((always_inline)) {
+        alignas(64) uint8_t last[kVector];
+        hn::Store(dropEveryFourth(d, hn::BitCast(d, v[i])), d, last);
+        std::memcpy(to, last, kRows * kPixel);
+        to += dst_pitch;
+      });
+      return;
+    }
+    unrolled<kColumns>([&](auto i) __attribute__((always_inline)) {
       V bytes = hn::BitCast(d, v[i]);
       if constexpr (kPixel == 3) bytes = dropEveryFourth(d, bytes);
-      if (fits) {
-        hn::StoreU(bytes, d, to);
-      } else {
-        alignas(64) uint8_t last[kVector];
-        hn::Store(bytes, d, last);
-        std::memcpy(to, last, kRows * kPixel);
-      }
-    }
+      hn::StoreU(bytes, d, to);
+      to += dst_pitch;
+    });
   }
 
   // Brings pixels of three bytes, `offset` bytes behind the start of each block, into four bytes each.
@@ -77,8 +93,8 @@ class Tiles {
     return hn::LoadDup128(D(), index);
   }
 
-  const Plane<const uint8_t>& src_;
-  const Plane<uint8_t>& dst_;
+  Plane<const uint8_t> src_;
+  Plane<uint8_t> dst_;
   size_t height_;
   size_t width_;
 };
