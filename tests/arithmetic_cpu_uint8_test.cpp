@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -151,6 +152,25 @@ TEST(ArithmeticCPU, CombinesEveryElementOfBlocksAndTailsAndLeavesPaddingAlone) {
   for (const auto& c : kFloat) expectValues(c);
   for (const auto& c : kWidening) expectValues(c);
   for (const auto& c : kNarrowing) expectValues(c);
+}
+
+// Large outputs are written around the cache: every byte, odd rows and unaligned starts included, must be there all the same.
+TEST(ArithmeticCPU, CombinesLargeImagesOfOddRows) {
+  constexpr int32_t kWidth = 8191, kHeight = 2057, kStride = 8200;
+  const size_t size = static_cast<size_t>(kHeight) * kStride;
+  std::vector<uint8_t> a(size), b(size), dst(size, 0xA5);
+  for (size_t i = 0; i < size; ++i) {
+    a[i] = static_cast<uint8_t>(i * 7);
+    b[i] = static_cast<uint8_t>(i >> 8);
+  }
+  EXPECT_EQ(addCPUUINT8(a.data(), b.data(), dst.data(), kHeight, kWidth, kStride, kStride, kStride, 1, 1), TAMIX_OK);
+  size_t wrong = 0;
+  for (size_t i = 0; i < size; ++i) wrong += dst[i] != (i % kStride < kWidth ? std::min(a[i] + b[i], 255) : 0xA5);
+  EXPECT_EQ(wrong, 0u);
+  // In place, nothing may be written before it is read.
+  EXPECT_EQ(addCPUUINT8(a.data(), b.data(), a.data(), kHeight, kWidth, kStride, kStride, kStride, 1, 1), TAMIX_OK);
+  for (size_t i = 0; i < size; ++i) wrong += i % kStride < kWidth && a[i] != dst[i];
+  EXPECT_EQ(wrong, 0u);
 }
 
 TEST(ArithmeticCPU, DividesEveryPairOfBytes) {

@@ -19,16 +19,6 @@ void logConversion(const uint8_t* /*to*/) { TAMIX_DEBUG("dataFLOAT32ToUINT8 forw
 // Rows of an operand that are converted at a time, so that the kernel finds them in the cache.
 constexpr size_t kBandBytes = 16 * 1024;
 
-// True when the output lies in memory of the image.
-template <class Out, class In>
-bool overlaps(const TamixImage& out, const TamixImage& in) {
-  const size_t out_bytes = planeElements(out.height, out.width, out.width_stride, out.channel) * sizeof(Out);
-  const size_t in_bytes = planeElements(in.height, in.width, in.width_stride, in.channel) * sizeof(In);
-  const auto out_start = reinterpret_cast<uintptr_t>(out.data[0]);
-  const auto in_start = reinterpret_cast<uintptr_t>(in.data[0]);
-  return out_start < in_start + in_bytes && in_start < out_start + out_bytes;
-}
-
 template <class T>
 T* rowOf(const TamixImage& image, int32_t y) {
   return plane(data<T>(image), image.width_stride, image.channel).row(y);
@@ -49,16 +39,17 @@ int32_t combineConverted(const TamixParams& params, Kernel kernel, int32_t threa
 
   const auto fitting =
       static_cast<int32_t>(std::clamp<size_t>(kBandBytes / (n * sizeof(T)), 1, static_cast<size_t>(dst.height)));
-  const int32_t band = overlaps<T, Other<T>>(dst, source) ? dst.height : fitting;
+  const auto from = plane(data<const Other<T>>(source), source.width_stride, source.channel);
+  const auto to = plane(data<T>(dst), dst.width_stride, dst.channel);
+  const int32_t band = overlap(memoryOf(from, dst.height, n), memoryOf(to, dst.height, n)) ? dst.height : fitting;
   const ScratchBuffer<T> converted(static_cast<size_t>(band) * n);
   TAMIX_REQUIRE_AT(place, converted, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for arithmetic computation.");
   for (int32_t y = 0; y < dst.height;) {
     const int32_t rows = std::min(band, dst.height - y);
-    convertRows(plane(rowOf<const Other<T>>(source, y), source.width_stride, source.channel),
-                Plane<T>{converted.data(), static_cast<ptrdiff_t>(n)}, rows, n);
+    convertRows(Plane<const Other<T>>{from.row(y), from.pitch}, Plane<T>{converted.data(), static_cast<ptrdiff_t>(n)}, rows, n);
     TAMIX_TRY(kernel(convert_a ? converted.data() : rowOf<const T>(a, y), convert_a ? rowOf<const T>(b, y) : converted.data(),
-                     rowOf<T>(dst, y), rows, dst.width, convert_a ? dst.width : a.width_stride,
-                     convert_a ? b.width_stride : dst.width, dst.width_stride, dst.channel, threads));
+                     to.row(y), rows, dst.width, convert_a ? dst.width : a.width_stride, convert_a ? b.width_stride : dst.width,
+                     dst.width_stride, dst.channel, threads));
     y += rows;
   }
   return TAMIX_OK;

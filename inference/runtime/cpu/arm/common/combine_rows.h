@@ -1,12 +1,15 @@
 // Element-wise operations on rows: dst[i] = f(src[i]...), bytes, floats and doubles mixed, in place or not.
 #pragma once
 
+#include <algorithm>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
+#include "inference/runtime/cpu/arm/common/stream.h"
 
 namespace tamix {
 
@@ -69,7 +72,8 @@ HWY_INLINE Quad<hn::Vec<D>> loadQuad(D d, const T* src) {
   return {{loadLanes(d, src), loadLanes(d, src + lanes), loadLanes(d, src + 2 * lanes), loadLanes(d, src + 3 * lanes)}};
 }
 
-template <class D, class V, class T>
+// kStream: past the caches, where dst is aligned to a vector and no conversion is needed.
+template <bool kStream, class D, class V, class T>
 HWY_INLINE void storeQuad(D d, const Quad<V>& q, T* dst) {
 #if HWY_TARGET == HWY_NEON
   if constexpr (std::is_same_v<T, uint8_t> && std::is_same_v<V, hn::Vec<hn::Simd<float, 4, 0>>>) {
@@ -93,7 +97,11 @@ HWY_INLINE void storeQuad(D d, const Quad<V>& q, T* dst) {
   }
 #endif
   const size_t lanes = hn::Lanes(d);
-  for (size_t k = 0; k < 4; ++k) storeLanes(d, q.v[k], dst + k * lanes);
+  if constexpr (kStream && std::is_same_v<T, hn::TFromD<D>> && std::is_same_v<V, hn::Vec<D>>) {
+    for (size_t k = 0; k < 4; ++k) hn::Stream(q.v[k], d, dst + k * lanes);
+  } else {
+    for (size_t k = 0; k < 4; ++k) storeLanes(d, q.v[k], dst + k * lanes);
+  }
 }
 
 // What an operation computes in: T; unless that is void, the elements' own type where all agree, else floats.
@@ -112,16 +120,16 @@ struct RowStep {
   }
 
   // Four vectors, all loaded before the first is stored.
-  template <class D, class Op>
+  template <bool kStream = false, class D, class Op>
   HWY_INLINE void four(D d, const Op& op, size_t i) const {
-    std::apply([&](const auto*... src) HWY_ATTR { fourOf(d, op, i, loadQuad(d, src + i)...); }, in);
+    std::apply([&](const auto*... src) HWY_ATTR { fourOf<kStream>(d, op, i, loadQuad(d, src + i)...); }, in);
   }
 
  private:
-  template <class D, class Op, class... Q>
+  template <bool kStream, class D, class Op, class... Q>
   HWY_INLINE void fourOf(D d, const Op& op, size_t i, const Q&... q) const {
     using V = decltype(op(d, q.v[0]...));
-    storeQuad(d, Quad<V>{{op(d, q.v[0]...), op(d, q.v[1]...), op(d, q.v[2]...), op(d, q.v[3]...)}}, out + i);
+    storeQuad<kStream>(d, Quad<V>{{op(d, q.v[0]...), op(d, q.v[1]...), op(d, q.v[2]...), op(d, q.v[3]...)}}, out + i);
   }
 };
 
@@ -135,22 +143,57 @@ HWY_INLINE void forEachRow(Plane<Out> dst, int32_t height, size_t n, const Walk&
   }
 }
 
+// Elements before the first at the start of a cache line, so that vectors do not cross lines. None on Arm, which does not mind,
+// and for short rows, which do not gain.
+template <class D, class Out>
+size_t elementsToLine(D d, const Out* out, size_t n) {
+  const size_t bytes = bytesToLine(out);
+  return HWY_ARCH_X86 && bytes % sizeof(Out) == 0 && n >= 64 * hn::Lanes(d) ? bytes / sizeof(Out) : 0;
+}
+
+// True when an output is to be written past the caches: it is large, and no source lies in it.
+template <class Out, class... In>
+bool isWorthStreaming(Plane<Out> dst, int32_t height, size_t n, Plane<const In>... src) {
+  if (!isStreamed(rowElements(height) * n * sizeof(Out))) return false;
+  const MemoryRange out = memoryOf(dst, height, n);
+  return !(overlap(memoryOf(src, height, n), out) || ...);
+}
+
+// Groups of four vectors from element `start` on, up to `end`; the element where they stop. The step comes by value: its
+// pointers stay in registers, whatever the stores may change.
+template <class Step, class D, class Op>
+HWY_INLINE size_t walkQuads(Step step, D d, const Op& op, size_t start, size_t end, bool stream) {
+  const size_t quad = 4 * hn::Lanes(d);
+  size_t i = start;
+  if constexpr (HWY_ARCH_X86) {
+    if (stream && bytesToLine(step.out + i) == 0) {
+      for (; i + quad <= end; i += quad) step.template four<true>(d, op, i);
+    }
+  }
+  for (; i + quad <= end; i += quad) step.four(d, op, i);
+  return i;
+}
+
 // dst[i] = op(d, src[i]...), wherever i lies.
 template <class T = void, class Op, class Out, class... In>
 void combineRows(Plane<Out> dst, int32_t height, size_t n, const Op& op, Plane<const In>... src) {
   using L = Lane<T, Out, In...>;
   joinRows(height, n, dst, src...);
+  const bool stream = isWorthStreaming(dst, height, n, src...);
   const auto walk = [&](const auto& step, bool one_by_one) HWY_ATTR {
     const hn::ScalableTag<L> wide;
-    const size_t lanes = hn::Lanes(wide);
     size_t i = 0;
     if (one_by_one) {
       for (; i < n; ++i) step.one(hn::CappedTag<L, 1>(), op, i);
+    } else {
+      i = elementsToLine(wide, step.out, n);
+      walkRow<L>(i, [&](auto d, size_t k) HWY_ATTR { step.one(d, op, k); });
     }
-    for (; i + 4 * lanes <= n; i += 4 * lanes) step.four(wide, op, i);
+    i = walkQuads(step, wide, op, i, n, stream);
     walkRow<L>(n - i, [&](auto d, size_t k) HWY_ATTR { step.one(d, op, i + k); });
   };
   forEachRow(dst, height, n, walk, src...);
+  if (stream) finishStreaming();
 }
 
 // The same with an operation for a row's whole blocks of kBlock elements and one for its tail, in lanes of T.
@@ -158,20 +201,23 @@ template <class T, size_t kBlock, class BlockOp, class TailOp, class Out, class.
 void combineBlocks(Plane<Out> dst, int32_t height, size_t n, const BlockOp& block_op, const TailOp& tail_op,
                    Plane<const In>... src) {
   const size_t blocks_end = n - n % kBlock;
+  const bool stream = isWorthStreaming(dst, height, n, src...);
   const auto walk = [&](const auto& step, bool one_by_one) HWY_ATTR {
     const hn::ScalableTag<T> wide;
     const hn::CappedTag<T, 1> one;
-    const size_t lanes = hn::Lanes(wide);
     size_t i = 0;
     if (one_by_one) {
       for (; i < blocks_end; ++i) step.one(one, block_op, i);
+    } else {
+      i = elementsToLine(wide, step.out, blocks_end);
+      walkRow<T>(i, [&](auto d, size_t k) HWY_ATTR { step.one(d, block_op, k); });
     }
-    for (; i + 4 * lanes <= blocks_end; i += 4 * lanes) step.four(wide, block_op, i);
-    walkRow<T, kBlock>(
-        n - i, [&](auto d, size_t k) HWY_ATTR { step.one(d, block_op, i + k); },
-        [&](size_t k) HWY_ATTR { step.one(one, tail_op, i + k); });
+    i = walkQuads(step, wide, block_op, i, blocks_end, stream);
+    walkRow<T>(blocks_end - i, [&](auto d, size_t k) HWY_ATTR { step.one(d, block_op, i + k); });
+    for (i = blocks_end; i < n; ++i) step.one(one, tail_op, i);
   };
   forEachRow(dst, height, n, walk, src...);
+  if (stream) finishStreaming();
 }
 
 }  // namespace tamix

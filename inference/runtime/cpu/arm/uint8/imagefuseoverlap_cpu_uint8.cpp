@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/utils/tamix_log.h"
@@ -33,12 +32,6 @@ struct BlendTame {
     return hn::Add(truncateInRange(d, hn::Mul(w, s1)), truncateInRange(d, hn::Mul(v, s0)));
   }
 };
-
-void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n) {
-  if (n == 0) return;
-  joinRows(height, n, src, dst);
-  for (int32_t y = 0; y < height; ++y) std::memmove(dst.row(y), src.row(y), n);
-}
 
 // blend(op) with the operation that fits the weights.
 template <class Blend>
@@ -124,7 +117,7 @@ void joinBelow(const Join& j, int32_t width, int32_t height0, int32_t height1) {
   const size_t n = rowElements(width, kChannels);
   const int32_t top = height0 - j.overlap;
   copyRows(j.src0, j.dst, top, n);
-  copyRows({j.src1.row(j.overlap), j.src1.pitch}, {j.dst.row(height0), j.dst.pitch}, height1 - j.overlap, n);
+  copyRows(at(j.src1, j.overlap, 0), at(j.dst, height0, 0), height1 - j.overlap, n);
   for (int32_t k = 0; k < j.overlap; ++k) {
     imageWeightedAdd(j.src1.row(k), j.src0.row(top + k), j.dst.row(top + k), n, j.weights[k]);
   }
