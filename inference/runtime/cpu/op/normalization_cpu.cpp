@@ -2,6 +2,7 @@
 
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/utils/image_format.h"
 
 namespace tamix {
 namespace {
@@ -32,10 +33,6 @@ void fillSettings(float (&settings)[4], int32_t channel, const float* each, floa
   } else {
     std::copy_n(each, n, settings);
   }
-}
-
-bool hasTwoPlanes(int32_t format) {
-  return isOneOf(format, Tamix_I420, Tamix_NV12, Tamix_NV21, 19, 20) || (format >= 4352 && format <= 8192);
 }
 
 int32_t NormalizationCPU::forward(TamixParams* params) {
@@ -83,7 +80,7 @@ int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
   if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
 
   const bool runs = isNormalizable(src.height, src.width, src.width_stride, dst.width_stride, src.channel, std_);
-  if (runs && src.data[0] != dst.data[0] && !(reorder == 0 && hasTwoPlanes(dst.format))) {
+  if (runs && src.data[0] != dst.data[0] && !(reorder == 0 && isTwoPlane(dst.format))) {
     normalizeBytes(data<const uint8_t>(src), data<float>(dst), src.height, src.width, src.channel, mean_, std_, reorder,
                    src.format, dst.format);
     setConverted();

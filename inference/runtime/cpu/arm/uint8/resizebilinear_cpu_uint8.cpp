@@ -27,10 +27,6 @@ struct Resize {
 // Equal sizes: every weight falls on one sample.
 bool isCopy(const Resize& r) { return r.src_height == r.dst_height && r.src_width == r.dst_width; }
 
-void copyRows(const Resize& r) {
-  for (int32_t y = 0; y < r.dst_height; ++y) std::memmove(r.dst.row(y), r.src.row(y), r.dstElements());
-}
-
 // ---- Sixteenths: h = P[k] * (16 - wx) + P[k + channels] * wx, 0 to 4080; out = (h0 * (16 - wy) + h1 * wy + 128) >> 8. No sum
 // exceeds 65408.
 
@@ -81,7 +77,7 @@ void blendRows(const uint16_t* HWY_RESTRICT h0, const uint16_t* HWY_RESTRICT h1,
 }
 
 void resizeInSixteenths(const Resize& r, ScratchParts& scratch) {
-  if (isCopy(r)) return copyRows(r);
+  if (isCopy(r)) return copyRows(r.src, r.dst, r.dst_height, r.dstElements());
   const NeighbourSums columns = columnsInSixteenths(r, scratch);
   const size_t padded = r.dstElements() + NeighbourSums::kBlock;
   uint16_t* const first = scratch.take<uint16_t>(padded);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "inference/runtime/cpu/arm/common/byte_histogram.h"
+#include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/utils/tamix_log.h"
 
@@ -128,10 +129,6 @@ void thresholdRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height,
 
 void fillRows(Plane<uint8_t> dst, int32_t height, size_t n, int32_t value) {
   for (int32_t y = 0; y < height; ++y) std::memset(dst.row(y), value, n);
-}
-
-void copyRows(Plane<const uint8_t> src, Plane<uint8_t> dst, int32_t height, size_t n) {
-  for (int32_t y = 0; y < height; ++y) std::memmove(dst.row(y), src.row(y), n);
 }
 
 // A threshold that all bytes are above (t < 0) or none is (t >= 255): no comparison.
