@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "inference/core/abstract_constructor.h"
 #include "inference/utils/image_format.h"
 #include "inference/utils/tamix_log.h"
 #include "inference/utils/tamix_utils.h"
@@ -151,5 +152,7 @@ int32_t Operator::dataTypeInputToOutput(TamixImage& src, TamixDataType src_type,
   }
   return convert(1, dst.height / 2, dst.width / 2, dst.width_stride / 2, 2);
 }
+
+TAMIX_ABSTRACT_CONSTRUCTOR(tamixOperatorConstructor, "_ZN5tamix8OperatorC1EPNS_7RuntimeE", "_ZN5tamix8OperatorC2EPNS_7RuntimeE")
 
 }  // namespace tamix

@@ -4,6 +4,7 @@
 #include <map>
 #include <new>
 
+#include "inference/core/abstract_constructor.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -59,5 +60,8 @@ Runtime* create(RuntimeRequest& request) {
   TAMIX_REQUIRE(runtime != nullptr, nullptr, "Create Runtime failed.");
   return runtime;
 }
+
+TAMIX_ABSTRACT_CONSTRUCTOR(tamixRuntimeConstructor, "_ZN5tamix7RuntimeC1ERNS_13RuntimeConfigE",
+                           "_ZN5tamix7RuntimeC2ERNS_13RuntimeConfigE")
 
 }  // namespace tamix
