@@ -137,16 +137,17 @@ TEST(FilterOperators, AreNotReadyWithoutTheirKernels) {
     int32_t type;
     int64_t allocation;
     std::string file;
+    std::string function;
   };
-  for (const Case& c :
-       {Case{TAMIX_OP_GAUSSIAN_FILTER, 0, "gaussianfilter"}, Case{TAMIX_OP_LAPLACIAN_FILTER, 0, "laplacianfilter"},
-        Case{TAMIX_OP_LAPLACIAN_FILTER, 1, "laplacianfilter"}}) {
+  const Case gaussian = {TAMIX_OP_GAUSSIAN_FILTER, 0, "gaussianfilter_cpu.cpp", "GaussianFilterCPU"};
+  const Case laplacian = {TAMIX_OP_LAPLACIAN_FILTER, 0, "laplacianfilter_cpu.cpp", "LaplacianFilterCPU"};
+  for (const Case& c : {gaussian, laplacian, Case{laplacian.type, 1, laplacian.file, laplacian.function}}) {
     LogCapture log;
     const FailingMemalign failing(c.allocation);
     const auto filter = create(c.type);
     ASSERT_NE(filter, nullptr);
     EXPECT_FALSE(filter->ready());
-    EXPECT_EQ(log.errors(), Lines{errorLine("runtime/cpu/op/" + c.file + "_cpu.cpp", "create", "failed to allocate memory")});
+    EXPECT_EQ(log.errors(), Lines{errorLine("runtime/cpu/op/" + c.file, c.function, "failed to allocate memory")});
   }
   EXPECT_TRUE(create(TAMIX_OP_GAUSSIAN_FILTER)->ready());
   EXPECT_TRUE(create(TAMIX_OP_LAPLACIAN_FILTER)->ready());

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -11,7 +12,6 @@
 #include <numeric>
 #include <span>
 #include <utility>
-#include <vector>
 
 #include "inference/utils/tamix_log.h"
 
@@ -57,8 +57,9 @@ const int32_t global_cpu_count = checkCPUCount();
 // What getNumThreads found out, once.
 struct Topology {
   std::mutex mutex;
-  std::vector<int32_t> sorted_cpu_ids;  // fastest first; empty until discovered
-  int32_t little_cluster_offset = 0;    // first core of the slowest cluster; 0: all cores are equal
+  std::array<int32_t, kSetBits> ids;
+  std::span<const int32_t> sorted_cpu_ids;  // of ids, fastest first; empty until discovered
+  int32_t little_cluster_offset = 0;        // first core of the slowest cluster; 0: all cores are equal
 };
 Topology topology;
 
@@ -117,13 +118,15 @@ int32_t findLittleCluster(std::span<const int32_t> khz) {
 
 // Finds out how fast each of the processors is.
 void discover(Topology& result) {
-  std::vector<int32_t> ids(static_cast<size_t>(global_cpu_count));
+  const auto count = static_cast<size_t>(global_cpu_count);
+  const std::span<int32_t> ids(result.ids.data(), count);
   std::iota(ids.begin(), ids.end(), 0);
-  std::vector<int32_t> khz(ids.size());
+  std::array<int32_t, kSetBits> frequencies;
+  const std::span<int32_t> khz(frequencies.data(), count);
   std::ranges::transform(ids, khz.begin(), getMaxFreqKHZ);
   sortByFreq(ids, khz);
   result.little_cluster_offset = findLittleCluster(khz);
-  result.sorted_cpu_ids = std::move(ids);
+  result.sorted_cpu_ids = ids;
   TAMIX_DEBUG("little_cluster_offset : %d", result.little_cluster_offset);
 }
 

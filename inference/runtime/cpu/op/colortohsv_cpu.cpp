@@ -13,7 +13,7 @@ class ColorToHSVCPU final : public Operator {
         bgra_to_hsv_(kernels(runtime).BGRAToHSVCPUUINT8),
         saturation_(std::tuple_size_v<HSVTable>),
         hue_(std::tuple_size_v<HSVTable>) {
-    if (!saturation_ || !hue_) {
+    if (!isComplete()) {
       TAMIX_ERROR("failed to allocate memory");
       return;
     }

@@ -69,21 +69,6 @@ class OperatorRegistration {
   };                                                                   \
   [[maybe_unused]] static const OperatorRegistration<Creator> register##Class(type)
 
-// The same for a class that allocates when it is made: one that is not complete() is never marked ready.
-#define TAMIX_REGISTER_PREPARED_OPERATOR(type, Class, Creator)   \
-  class Creator final : public Runtime::OperatorCreator {        \
-   public:                                                       \
-    Operator* create(Runtime* runtime) const override {          \
-      Class* const made = new (std::nothrow) Class(runtime);     \
-      if (made != nullptr && made->complete()) made->setReady(); \
-      if (made == nullptr || !made->ready()) {                   \
-        TAMIX_ERROR("failed to allocate memory");                \
-      }                                                          \
-      return made;                                               \
-    }                                                            \
-  };                                                             \
-  [[maybe_unused]] static const OperatorRegistration<Creator> register##Class(type)
-
 // Refuses images of unequal width or height.
 #define TAMIX_REQUIRE_SAME_SIZE(src, dst)                                                                                     \
   TAMIX_REQUIRE((src).width == (dst).width && (src).height == (dst).height, TAMIX_ERR_UNSUPPORTED,                            \

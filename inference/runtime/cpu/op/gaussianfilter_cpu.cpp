@@ -10,9 +10,13 @@ class GaussianFilterCPU final : public Operator {
   explicit GaussianFilterCPU(Runtime* runtime)
       : Operator(runtime), kernel_(kernels(runtime).gaussianFilterCPUUINT8), binomial_(9) {
     constexpr float kBinomial[9] = {0.0625f, 0.125f, 0.0625f, 0.125f, 0.25f, 0.125f, 0.0625f, 0.125f, 0.0625f};
-    if (binomial_) std::copy_n(kBinomial, 9, binomial_.data());
+    if (!binomial_) {
+      TAMIX_ERROR("failed to allocate memory");
+      return;
+    }
+    std::copy_n(kBinomial, 9, binomial_.data());
   }
-  bool complete() const { return static_cast<bool>(binomial_); }
+  bool isComplete() const { return static_cast<bool>(binomial_); }
   int32_t forward(TamixParams* params) override;
 
  private:
@@ -43,7 +47,7 @@ int32_t GaussianFilterCPU::forward(TamixParams* params) {
                  static_cast<float>(params->scale));
 }
 
-TAMIX_REGISTER_PREPARED_OPERATOR(TAMIX_OP_GAUSSIAN_FILTER, GaussianFilterCPU, GaussianFilterCPUCreator);
+TAMIX_REGISTER_OPERATOR(TAMIX_OP_GAUSSIAN_FILTER, GaussianFilterCPU, GaussianFilterCPUCreator);
 
 }  // namespace
 }  // namespace tamix

@@ -11,10 +11,14 @@ class LaplacianFilterCPU final : public Operator {
       : Operator(runtime), kernel_(kernels(runtime).laplacianFilterCPUUINT8), aperture_1_(9), aperture_3_(9) {
     constexpr float kAperture1[9] = {0, 1, 0, 1, -4, 1, 0, 1, 0};
     constexpr float kAperture3[9] = {2, 0, 2, 0, -8, 0, 2, 0, 2};
-    if (aperture_1_) std::copy_n(kAperture1, 9, aperture_1_.data());
-    if (aperture_3_) std::copy_n(kAperture3, 9, aperture_3_.data());
+    if (!isComplete()) {
+      TAMIX_ERROR("failed to allocate memory");
+      return;
+    }
+    std::copy_n(kAperture1, 9, aperture_1_.data());
+    std::copy_n(kAperture3, 9, aperture_3_.data());
   }
-  bool complete() const { return aperture_1_ && aperture_3_; }
+  bool isComplete() const { return aperture_1_ && aperture_3_; }
   int32_t forward(TamixParams* params) override;
 
  private:
@@ -47,7 +51,7 @@ int32_t LaplacianFilterCPU::forward(TamixParams* params) {
                  params->abs_output, threadNumber(), static_cast<float>(params->scale), static_cast<float>(params->delta));
 }
 
-TAMIX_REGISTER_PREPARED_OPERATOR(TAMIX_OP_LAPLACIAN_FILTER, LaplacianFilterCPU, LaplacianFilterCPUCreator);
+TAMIX_REGISTER_OPERATOR(TAMIX_OP_LAPLACIAN_FILTER, LaplacianFilterCPU, LaplacianFilterCPUCreator);
 
 }  // namespace
 }  // namespace tamix
