@@ -227,7 +227,7 @@ int info() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   CLI::App app("Runs the image operators of Tamix Camera on files.");
   app.require_subcommand(1);
   app.footer(
@@ -256,11 +256,9 @@ int main(int argc, char** argv) {
   app.add_subcommand("info", "Print version, vector target, operators and cores");
 
   CLI11_PARSE(app, argc, argv);
-  try {
-    if (run_command->parsed()) return run(options);
-    return list_command->parsed() ? list() : info();
-  } catch (const std::exception& error) {
-    std::cerr << "tamix: " << error.what() << "\n";
-    return 1;
-  }
+  if (run_command->parsed()) return run(options);
+  return list_command->parsed() ? list() : info();
+} catch (const std::exception& error) {
+  std::cerr << "tamix: " << error.what() << "\n";
+  return 1;
 }
