@@ -1,6 +1,6 @@
 #include "inference/utils/tamix_utils.h"
 
-#include <cstring>
+#include <algorithm>
 
 #include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
@@ -9,17 +9,6 @@
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
-namespace {
-
-// A private copy of a plane; null without memory.
-template <class T>
-ScratchBuffer<T> copyOf(const T* src, size_t count) {
-  ScratchBuffer<T> copy(count);
-  if (copy && count > 0) std::memcpy(copy.data(), src, count * sizeof(T));
-  return copy;
-}
-
-}  // namespace
 
 void convertRows(Plane<const float> src, Plane<uint8_t> dst, int32_t height, size_t n) {
   const auto in_block = [](auto d, auto v) HWY_ATTR { return truncateToUint32(d, v); };
@@ -33,34 +22,36 @@ void convertRows(Plane<const uint8_t> src, Plane<float> dst, int32_t height, siz
       dst, height, n, [](auto /*d*/, auto v) HWY_ATTR { return v; }, src);
 }
 
-int32_t dataFLOAT32ToUINT8(const float* src, uint8_t* dst, int32_t height, int32_t width, int32_t src_stride,
-                           int32_t dst_stride, int32_t channels, bool copy) {
-  TAMIX_DEBUG("dataFLOAT32ToUINT8 forward");
-  TAMIX_REQUIRE_DATA(src, dst);
-  ScratchBuffer<float> source;
+namespace {
+
+template <class From, class To>
+int32_t convertPlane(LogPlace place, const From* src, To* dst, int32_t height, int32_t width, int32_t src_stride,
+                     int32_t dst_stride, int32_t channels, bool copy) {
+  TAMIX_DEBUG("%s forward", place.function);
+  TAMIX_REQUIRE_AT(place, !anyNull(src, dst), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
+  ScratchBuffer<From> source;
   if (copy) {
-    TAMIX_DEBUG("dataFLOAT32ToUINT8: copy the data to avoid the data conflict");
-    source = copyOf(src, planeElements(height, width, src_stride, channels));
-    TAMIX_REQUIRE(source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for dataFLOAT32ToUINT8");
+    TAMIX_DEBUG("%s: copy the data to avoid the data conflict", place.function);
+    const size_t elements = planeElements(height, width, src_stride, channels);
+    source = ScratchBuffer<From>(elements);
+    TAMIX_REQUIRE_AT(place, source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for %s", place.function);
+    std::copy_n(src, elements, source.data());
     src = source.data();
   }
   convertRows(plane(src, src_stride, channels), plane(dst, dst_stride, channels), height, rowElements(width, channels));
   return TAMIX_OK;
 }
 
+}  // namespace
+
+int32_t dataFLOAT32ToUINT8(const float* src, uint8_t* dst, int32_t height, int32_t width, int32_t src_stride,
+                           int32_t dst_stride, int32_t channels, bool copy) {
+  return convertPlane(TAMIX_HERE, src, dst, height, width, src_stride, dst_stride, channels, copy);
+}
+
 int32_t dataUINT8ToFLOAT32(const uint8_t* src, float* dst, int32_t height, int32_t width, int32_t src_stride,
                            int32_t dst_stride, int32_t channels, bool copy) {
-  TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
-  TAMIX_REQUIRE_DATA(src, dst);
-  ScratchBuffer<uint8_t> source;
-  if (copy) {
-    TAMIX_DEBUG("dataUINT8ToFLOAT32: copy the data to avoid the data conflict");
-    source = copyOf(src, planeElements(height, width, src_stride, channels));
-    TAMIX_REQUIRE(source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for dataUINT8ToFLOAT32");
-    src = source.data();
-  }
-  convertRows(plane(src, src_stride, channels), plane(dst, dst_stride, channels), height, rowElements(width, channels));
-  return TAMIX_OK;
+  return convertPlane(TAMIX_HERE, src, dst, height, width, src_stride, dst_stride, channels, copy);
 }
 
 }  // namespace tamix
