@@ -277,7 +277,7 @@ std::string reportHistogram(Job& job) {
   std::ranges::fill(plot.bytes(), uint8_t{255});
   for (int32_t x = 0; x < width; ++x) {
     const auto bar = static_cast<int32_t>(uint64_t{job.histogram[static_cast<size_t>(x)]} * kHeight / most);
-    for (int32_t y = kHeight - bar; y < kHeight; ++y) plot.bytes()[static_cast<size_t>(y) * width + x] = 40;
+    for (int32_t y = kHeight - bar; y < kHeight; ++y) plot.bytes()[static_cast<size_t>(int64_t{y} * width + x)] = 40;
   }
   job.outputs().push_back(std::move(plot));
   return job.request().json ? text + "]}\n" : text;
