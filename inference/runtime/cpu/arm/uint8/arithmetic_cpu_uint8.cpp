@@ -71,124 +71,33 @@ constexpr auto kMultiply = [](auto /*d*/, auto a, auto b) { return hn::Mul(a, b)
 
 }  // namespace
 
-int32_t addCPUUINT8(const uint8_t* src1, const uint8_t* src2, uint8_t* dst, int32_t height, int32_t width,
-                    int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                    int32_t /*num_threads*/) {
-  return combine(TAMIX_HERE,
-                 Operands<uint8_t, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
-                                            dst_width_stride, channel},
-                 kSaturatedAdd);
-}
+// A kernel: `result` computed from the operands `images`.
+#define TAMIX_ARITHMETIC(name, In, Out, result)                                                                            \
+  int32_t name(const In* src1, const In* src2, Out* dst, int32_t height, int32_t width, int32_t src1_width_stride,         \
+               int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel, int32_t) {                            \
+    const Operands<In, Out> images(src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, \
+                                   channel);                                                                               \
+    return result;                                                                                                         \
+  }
 
-int32_t subtractCPUUINT8(const uint8_t* src1, const uint8_t* src2, uint8_t* dst, int32_t height, int32_t width,
-                         int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                         int32_t /*num_threads*/) {
-  return combine(TAMIX_HERE,
-                 Operands<uint8_t, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
-                                            dst_width_stride, channel},
-                 kSaturatedSubtract);
-}
+TAMIX_ARITHMETIC(addCPUUINT8, uint8_t, uint8_t, combine(TAMIX_HERE, images, kSaturatedAdd))
+TAMIX_ARITHMETIC(subtractCPUUINT8, uint8_t, uint8_t, combine(TAMIX_HERE, images, kSaturatedSubtract))
 
-int32_t addCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
-                      int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                      int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      asArm(kAdd));
-}
+TAMIX_ARITHMETIC(addCPUFLOAT32, float, float, combine(TAMIX_HERE, images, asArm(kAdd)))
+TAMIX_ARITHMETIC(subtractCPUFLOAT32, float, float, combine(TAMIX_HERE, images, asArm(kSubtract)))
+TAMIX_ARITHMETIC(multipleCPUFLOAT32, float, float, combine(TAMIX_HERE, images, asArm(kMultiply)))
+TAMIX_ARITHMETIC(divideCPUFLOAT32, float, float, divide<8>(TAMIX_HERE, images))
 
-int32_t subtractCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
-                           int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                           int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      asArm(kSubtract));
-}
+TAMIX_ARITHMETIC(addCPUUINT8toFLOAT32, uint8_t, float, combine(TAMIX_HERE, images, kAdd))
+TAMIX_ARITHMETIC(subtractCPUUINT8toFLOAT32, uint8_t, float, combine(TAMIX_HERE, images, kSubtract))
+TAMIX_ARITHMETIC(multipleCPUUINT8toFLOAT32, uint8_t, float, combine(TAMIX_HERE, images, kMultiply))
+TAMIX_ARITHMETIC(divideCPUUINT8toFLOAT32, uint8_t, float, divide<32>(TAMIX_HERE, images))
 
-int32_t multipleCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
-                           int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                           int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      asArm(kMultiply));
-}
+TAMIX_ARITHMETIC(addCPUFLOAT32toUINT8, float, uint8_t, combine(TAMIX_HERE, images, kAdd))
+TAMIX_ARITHMETIC(subtractCPUFLOAT32toUINT8, float, uint8_t, combine(TAMIX_HERE, images, kSubtract))
+TAMIX_ARITHMETIC(multipleCPUFLOAT32toUINT8, float, uint8_t, combine(TAMIX_HERE, images, kMultiply))
+TAMIX_ARITHMETIC(divideCPUFLOAT32toUINT8, float, uint8_t, divide<8>(TAMIX_HERE, images))
 
-int32_t divideCPUFLOAT32(const float* src1, const float* src2, float* dst, int32_t height, int32_t width,
-                         int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                         int32_t /*num_threads*/) {
-  return divide<8>(TAMIX_HERE, Operands<float, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
-                                                      dst_width_stride, channel});
-}
-
-int32_t addCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
-                             int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                             int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kAdd);
-}
-
-int32_t subtractCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
-                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
-                                  int32_t channel, int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kSubtract);
-}
-
-int32_t multipleCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
-                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
-                                  int32_t channel, int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kMultiply);
-}
-
-int32_t divideCPUUINT8toFLOAT32(const uint8_t* src1, const uint8_t* src2, float* dst, int32_t height, int32_t width,
-                                int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                                int32_t /*num_threads*/) {
-  return divide<32>(TAMIX_HERE, Operands<uint8_t, float>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
-                                                         dst_width_stride, channel});
-}
-
-int32_t addCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
-                             int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                             int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kAdd);
-}
-
-int32_t subtractCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
-                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
-                                  int32_t channel, int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kSubtract);
-}
-
-int32_t multipleCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
-                                  int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride,
-                                  int32_t channel, int32_t /*num_threads*/) {
-  return combine(
-      TAMIX_HERE,
-      Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, channel},
-      kMultiply);
-}
-
-int32_t divideCPUFLOAT32toUINT8(const float* src1, const float* src2, uint8_t* dst, int32_t height, int32_t width,
-                                int32_t src1_width_stride, int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel,
-                                int32_t /*num_threads*/) {
-  return divide<8>(TAMIX_HERE, Operands<float, uint8_t>{src1, src2, dst, height, width, src1_width_stride, src2_width_stride,
-                                                        dst_width_stride, channel});
-}
+#undef TAMIX_ARITHMETIC
 
 }  // namespace tamix
