@@ -1,6 +1,5 @@
-// Histograms, thresholds, statistics, normalization and the mean filter.
+// Histograms, thresholds, statistics and normalization.
 #include "bench/support/bench.h"
-#include "inference/runtime/cpu/arm/fp32/meanfilter_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/uint8/calchist_cpu_uint8.h"
 #include "inference/runtime/cpu/arm/uint8/meanstd_cpu_uint8.h"
@@ -76,18 +75,6 @@ void normalizeBytes(benchmark::State& state) {
 }
 TAMIX_BENCHMARK(normalizeBytes<0>);
 TAMIX_BENCHMARK(normalizeBytes<1>);
-
-template <int32_t kSize>
-void meanFilterCPUFLOAT32(benchmark::State& state) {
-  const Frame<float> src(state, 1), dst(state, 1);
-  for (auto _ : state) {
-    tamix::meanFilterCPUFLOAT32(src.data(), src.height(), src.width(), src.width(), dst.data(), dst.height(), dst.width(),
-                                dst.width(), 1, kSize, 1);
-  }
-  reportTraffic(state, src.bytes(), dst.bytes());
-}
-TAMIX_BENCHMARK(meanFilterCPUFLOAT32<3>);
-TAMIX_BENCHMARK(meanFilterCPUFLOAT32<5>);
 
 }  // namespace
 }  // namespace tamix::bench
