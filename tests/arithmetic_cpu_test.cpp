@@ -136,6 +136,20 @@ TEST(ArithmeticOperators, WorkInPlaceAlsoWhereAnInputIsConverted) {
   }
 }
 
+// The framework converts what an operator wrote: that does not include other outputs of the record.
+TEST(FloatOperators, LeaveAnotherOutputOfBytesAlone) {
+  const Shape shape{8, 3, 8, 3};
+  const Frames f(shape);
+  const Image<uint8_t> before(shape), other(shape);
+  for (const int32_t type : {TAMIX_OP_ADD, TAMIX_OP_NORMALIZATION, TAMIX_OP_CONVERT_SCALE_ABS, TAMIX_OP_RESIZE_BILINEAR}) {
+    TamixParams params = f.record(Tamix_FLOAT32, Tamix_FLOAT32, Tamix_FLOAT32);
+    params.std_value = 1;
+    params.output[1] = other.record(Tamix_RGB, Tamix_UINT8);
+    EXPECT_EQ(RunningOperator(type).run(params), TAMIX_OK) << type;
+    EXPECT_TRUE(sameBytes(other, before)) << type;
+  }
+}
+
 struct Refusal {
   const char* what;
   std::function<void(TamixParams&)> change;
@@ -199,6 +213,7 @@ TEST(ArithmeticOperators, RefuseInOrder) {
       const FailingMemalign failing(0);
       EXPECT_EQ(op.run(params), TAMIX_ERR_NO_MEMORY);
     }
+    EXPECT_EQ(log.messages().back(), std::string(o.name) + " forward");  // before anything is converted
     EXPECT_EQ(log.errors(),
               std::vector<std::string>{errorLine(o.file, o.mixed, "failed to allocate memory for arithmetic computation.")});
     EXPECT_EQ(op.run(params), TAMIX_OK);
@@ -251,8 +266,12 @@ TEST(DataTypeConvertCPU, RefusesInOrder) {
        "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output stride: 4, 5"},
       {"a frame into a packed image", [](TamixParams& p) { p.input[0].format = Tamix_I420; },
        "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 8, 2"},
-      {"equal types", [](TamixParams& p) { p.output[0].type = Tamix_UINT8; }, "core/operator.cpp", "dataTypeInputToOutput",
-       "recieved unsupported type 1 and 1."},
+      {"equal types, wherever the source ends",
+       [](TamixParams& p) {
+         p.output[0].type = Tamix_UINT8;
+         p.output[0].width_stride = 5;
+       },
+       "core/operator.cpp", "dataTypeInputToOutput", "recieved unsupported type 1 and 1."},
   };
   const RunningOperator op(TAMIX_OP_DATA_TYPE_CONVERT);
   for (const auto& r : refusals) {

@@ -148,6 +148,7 @@ TEST(ImageFuseOverlapCPU, WritesTheJoinedImageAndItsSize) {
     const Image<uint8_t> dst({room, 5, room, 3});
     TamixParams params = recordOf(a, dst);
     params.input[1] = b.record(Tamix_RGB, Tamix_UINT8);
+    params.output[0].height = 3;  // of the 5 that there is room for
     params.fuse_overlap = 4;
     params.fuse_direction = 1;
     params.fuse_weights = weights.data();

@@ -192,6 +192,13 @@ TEST(MeanSTDCPU, RefusesInOrderAndWritesResults) {
                    "meanSTDCPUUINT8", "recieved null mean or std"},
                   {"no place for deviations", [](TamixParams& p) { p.std_out = nullptr; }, TAMIX_ERR_INVALID_IMAGE,
                    "meanSTDCPUUINT8", "recieved null mean or std"}});
+  expectRefusals(TAMIX_OP_MEAN_STD, "runtime/cpu/arm/uint8/meanstd_cpu_uint8.cpp", valid,
+                 {{"a frame",
+                   [](TamixParams& p) {
+                     p.input[0].format = Tamix_I420;
+                     p.input[0].channel = 0;
+                   },
+                   TAMIX_ERR_UNSUPPORTED, "meanSTDCPUUINT8", "recieved unsupported channel 2"}});
   TamixParams params = valid;
   EXPECT_EQ(RunningOperator(TAMIX_OP_MEAN_STD).run(params), TAMIX_OK);
   EXPECT_EQ(mean, (std::vector<float>{10, 20, 30, -1}));
@@ -285,8 +292,10 @@ TEST(NormalizationCPU, ScalesBytesIntoFloats) {
     TamixParams params = normalizationRecord(src.record(Tamix_RGB, Tamix_UINT8), dst.record(Tamix_BGR, Tamix_FLOAT32));
     params.mean = mean;
     params.reorder = reorder;
+    LogCapture log;
     ASSERT_EQ(op.run(params), TAMIX_OK);
     EXPECT_TRUE(sameBytes(dst, expected)) << reorder;
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"normalizationCPUUINT8 forward", "dataUINT8ToFLOAT32 forward"}));
 
     // The same where the bytes lie in the output's own memory.
     Image<float> both({21, 4, 21, 3});

@@ -13,8 +13,9 @@ namespace {
 template <class T>
 using Other = std::conditional_t<std::is_same_v<T, float>, uint8_t, float>;
 
-void logConversion(const float* /*to*/) { TAMIX_DEBUG("dataUINT8ToFLOAT32 forward"); }
-void logConversion(const uint8_t* /*to*/) { TAMIX_DEBUG("dataFLOAT32ToUINT8 forward"); }
+// Logs a conversion and refuses a null plane; no rows yet.
+int32_t startConversion(const uint8_t* src, float* dst) { return dataUINT8ToFLOAT32(src, dst, 0, 0, 0, 0, 0, false); }
+int32_t startConversion(const float* src, uint8_t* dst) { return dataFLOAT32ToUINT8(src, dst, 0, 0, 0, 0, 0, false); }
 
 // Rows of an operand that are converted at a time, so that the kernel finds them in the cache.
 constexpr size_t kBandBytes = 16 * 1024;
@@ -33,19 +34,17 @@ int32_t combineConverted(const TamixParams& params, Kernel kernel, int32_t threa
   const TamixImage& dst = params.output[0];
   const bool convert_a = a.type != dst.type;
   const TamixImage& source = convert_a ? a : b;
-  logConversion(static_cast<const T*>(nullptr));
   const size_t n = rowElements(dst.width, dst.channel);
-  if (n == 0 || dst.height < 1) return TAMIX_OK;
-
-  const auto fitting =
-      static_cast<int32_t>(std::clamp<size_t>(kBandBytes / (n * sizeof(T)), 1, static_cast<size_t>(dst.height)));
+  const int32_t height = n == 0 ? 0 : std::max(dst.height, 0);
+  const auto fitting = static_cast<int32_t>(std::clamp<size_t>(kBandBytes / (n * sizeof(T) + 1), 1, rowElements(height) + 1));
   const auto from = plane(data<const Other<T>>(source), source.width_stride, source.channel);
   const auto to = plane(data<T>(dst), dst.width_stride, dst.channel);
-  const int32_t band = overlap(memoryOf(from, dst.height, n), memoryOf(to, dst.height, n)) ? dst.height : fitting;
+  const int32_t band = overlap(memoryOf(from, height, n), memoryOf(to, height, n)) ? height : fitting;
   const ScratchBuffer<T> converted(static_cast<size_t>(band) * n);
   TAMIX_REQUIRE_AT(place, converted, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for arithmetic computation.");
-  for (int32_t y = 0; y < dst.height;) {
-    const int32_t rows = std::min(band, dst.height - y);
+  TAMIX_TRY(startConversion(from.data, converted.data()));
+  for (int32_t y = 0; y < height;) {
+    const int32_t rows = std::min(band, height - y);
     convertRows(Plane<const Other<T>>{from.row(y), from.pitch}, Plane<T>{converted.data(), static_cast<ptrdiff_t>(n)}, rows, n);
     TAMIX_TRY(kernel(convert_a ? converted.data() : rowOf<const T>(a, y), convert_a ? rowOf<const T>(b, y) : converted.data(),
                      to.row(y), rows, dst.width, convert_a ? dst.width : a.width_stride, convert_a ? b.width_stride : dst.width,
@@ -96,6 +95,7 @@ int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels
                    "Recieve unsupported data format: %d, %d and %d with %d channels", a.format, b.format, dst.format,
                    dst.channel);
 
+  if (a.type == Tamix_FLOAT32 && hasByteOutput(*params)) setConverted();
   if (a.type == b.type && a.type == Tamix_FLOAT32) {
     return to_float ? combineAsTheyAre<float, float>(*params, kernels.float32, threadNumber())
                     : combineAsTheyAre<float, uint8_t>(*params, kernels.float32_to_uint8, threadNumber());

@@ -28,4 +28,15 @@ int32_t checkBitwiseImages(const TamixParams& params, LogPlace forward, bool lik
   return TAMIX_OK;
 }
 
+int32_t combineBitwise(const TamixParams& params, decltype(KernelTable::bitwiseAndCPUUINT8) kernel, int32_t threads,
+                       LogPlace forward) {
+  TAMIX_TRY(checkBitwiseImages(params, forward, /*like_input_1=*/true));
+  const TamixImage& src1 = params.input[0];
+  const TamixImage& src2 = params.input[1];
+  const TamixImage& dst = params.output[0];
+  return kernel(data<const uint8_t>(src1), data<const uint8_t>(src2), data<uint8_t>(dst), dst.height, dst.width,
+                src1.width_stride, src2.width_stride, dst.width_stride, dst.channel, data<const uint8_t>(params.input[2]),
+                threads);
+}
+
 }  // namespace tamix

@@ -15,13 +15,7 @@ class BitwiseOrCPU final : public Operator {
 
 int32_t BitwiseOrCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("BitwiseOrCPU forward");
-  TAMIX_TRY(checkBitwiseImages(*params, TAMIX_HERE, /*like_input_1=*/true));
-  const TamixImage& src1 = params->input[0];
-  const TamixImage& src2 = params->input[1];
-  const TamixImage& dst = params->output[0];
-  return kernel_(data<const uint8_t>(src1), data<const uint8_t>(src2), data<uint8_t>(dst), dst.height, dst.width,
-                 src1.width_stride, src2.width_stride, dst.width_stride, dst.channel, data<const uint8_t>(params->input[2]),
-                 threadNumber());
+  return combineBitwise(*params, kernel_, threadNumber(), TAMIX_HERE);
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_BITWISE_OR, BitwiseOrCPU, BitwiseOrCPUCreator);

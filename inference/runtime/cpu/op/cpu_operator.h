@@ -35,6 +35,13 @@ inline bool holdsRowsOf(const TamixImage& dst, const TamixImage& src) {
   return planeElements(src.height, src.width, dst.width_stride) <= planeElements(rows, dst.width, dst.width_stride);
 }
 
+// True when an output is declared as bytes. After an operator that has written floats elsewhere, the framework must not convert
+// it: it holds no floats.
+inline bool hasByteOutput(const TamixParams& params) {
+  return std::any_of(std::begin(params.output), std::end(params.output),
+                     [](const TamixImage& image) { return image.type == Tamix_UINT8; });
+}
+
 // False for an operator whose set-up failed: its class says so by isComplete().
 template <class Class>
 bool isUsable(const Class& made) {

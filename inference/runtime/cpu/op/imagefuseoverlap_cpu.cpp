@@ -28,7 +28,7 @@ bool joinedFits(const TamixParams& params) {
   if (height < 1 || width < 1 || a.channel < 1) return true;
   // Floats of the joined size take the bytes' place afterwards, with the declared pitch.
   if (dst.type != Tamix_UINT8) return height <= dst.height && width <= dst.width;
-  const size_t declared = planeElements(dst.height, dst.width, dst.width_stride, dst.channel);
+  const size_t declared = planeElements(std::max(dst.height, dst.height_stride), dst.width, dst.width_stride, dst.channel);
   return static_cast<size_t>(height) <= declared / static_cast<size_t>(width) / static_cast<size_t>(a.channel);
 }
 

@@ -24,7 +24,7 @@ int32_t MeanSTDCPU::forward(TamixParams* params) {
 int32_t MeanSTDCPU::meanSTDCPUUINT8(const TamixParams& params) const {
   const TamixImage& src = params.input[0];
   TAMIX_REQUIRE(!anyNull(params.mean_out, params.std_out), TAMIX_ERR_INVALID_IMAGE, "recieved null mean or std");
-  TAMIX_REQUIRE_ONE_PLANE(src);
+  if (src.channel != 2) TAMIX_REQUIRE_ONE_PLANE(src);  // the kernel refuses two channels
   return kernel_(data<const uint8_t>(src), src.width, src.height, src.width_stride, src.channel, params.mean_out,
                  params.std_out, threadNumber());
 }

@@ -65,8 +65,8 @@ int32_t NormalizationCPU::normalizationCPUFLOAT32(const TamixParams& params) {
                 dst.format, dst.type);
   if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(src);
   if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
+  if (hasByteOutput(params)) setConverted();
   if (!in_place) return runKernel(data<const float>(src), data<float>(dst), src, dst, params.reorder);
-  if (dst.type == Tamix_UINT8) setConverted();  // the output holds no floats that could be converted
   return runKernel(data<const float>(src), data<float>(src), src, src, params.reorder);
 }
 
@@ -81,6 +81,7 @@ int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
 
   const bool runs = isNormalizable(src.height, src.width, src.width_stride, dst.width_stride, src.channel, std_);
   if (runs && src.data[0] != dst.data[0] && !(reorder == 0 && isTwoPlane(dst.format))) {
+    TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
     normalizeBytes(data<const uint8_t>(src), data<float>(dst), src.height, src.width, src.channel, mean_, std_, reorder,
                    src.format, dst.format);
     setConverted();

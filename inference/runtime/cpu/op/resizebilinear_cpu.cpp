@@ -56,7 +56,7 @@ int32_t ResizeBilinearCPU::resizeBilinearCPUFLOAT32(const TamixImage& src, const
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
   TAMIX_TRY(float_kernel_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
                           dst.width_stride, src.channel));
-  if (dst.type != Tamix_FLOAT32) setConverted();
+  setConverted();
   return result.finish();
 }
 
