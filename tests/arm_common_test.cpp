@@ -220,6 +220,14 @@ TEST(Reciprocal, RefinedTakesTheArchitecturesStepsForEveryMixOfLanes) {
   }
 }
 
+TEST(Reciprocal, DividesEverySignificandByAConstantWithOneRounding) {
+  const hn::ScalableTag<float> d;
+  for (uint32_t bits = 0x3F800000; bits < 0x40000000; bits += static_cast<uint32_t>(hn::Lanes(d))) {
+    const auto v = hn::BitCast(d, hn::Iota(hn::ScalableTag<uint32_t>(), bits));
+    ASSERT_TRUE(hn::AllTrue(d, hn::Eq(dividedBy<25>(d, v), hn::Div(v, hn::Set(d, 25.0f))))) << std::hex << bits;
+  }
+}
+
 TEST(FixedPoint, WidensAndNarrowsInOrderForEveryValue) {
   const hn::ScalableTag<uint8_t> d;
   const hn::RepartitionToWide<decltype(d)> d16;

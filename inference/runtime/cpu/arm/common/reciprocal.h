@@ -55,6 +55,20 @@ HWY_INLINE V reciprocalEstimate(D d, V v) {
 #endif
 }
 
+// v / kDivisor with one rounding, where neither v nor the quotient is infinite, NaN or subnormal: the product with the rounded
+// reciprocal, corrected once by its fused remainder (P. Markstein, 1990).
+template <int32_t kDivisor, class D, class V = hn::Vec<D>>
+HWY_INLINE V dividedBy(D d, V v) {
+  const auto divisor = hn::Set(d, static_cast<float>(kDivisor));
+#if HWY_NATIVE_FMA
+  const auto reciprocal = hn::Set(d, 1.0f / static_cast<float>(kDivisor));
+  const auto quotient = hn::Mul(v, reciprocal);
+  return hn::MulAdd(hn::NegMulAdd(quotient, divisor, v), reciprocal, quotient);
+#else
+  return hn::Div(v, divisor);
+#endif
+}
+
 // 2 - a * b with one rounding. Where the processor has no fused multiply-add, a * b must be 0.5 to 2.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V twoMinusProduct(D d, V a, V b) {

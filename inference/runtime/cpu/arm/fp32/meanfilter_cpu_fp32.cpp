@@ -5,7 +5,7 @@
 
 #include "inference/runtime/cpu/arm/common/border.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
-#include "inference/runtime/cpu/arm/common/simd.h"
+#include "inference/runtime/cpu/arm/common/window_sums.h"
 #include "inference/utils/tamix_log.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -23,16 +23,7 @@ using Windows = std::array<const float*, kRows + kSize - 1>;
 template <size_t kSize, size_t kRows, class D>
 HWY_INLINE void meansAt(D d, const Windows<kSize, kRows>& rows, const std::array<float*, kRows>& out, size_t x) {
   hn::Vec<D> sum[kRows];
-  HWY_UNROLL(16)
-  for (size_t k = 0; k < kRows + kSize - 1; ++k) {
-    hn::Vec<D> shifted[kSize];
-    for (size_t c = 0; c < kSize; ++c) shifted[c] = hn::LoadU(d, rows[k] + x + c);
-    // The rows whose windows contain this one, the last of them beginning here.
-    for (size_t r = k < kSize ? 0 : k - kSize + 1; r < std::min(k + 1, kRows); ++r) {
-      if (r == k) sum[r] = shifted[0];
-      for (size_t c = r == k ? 1 : 0; c < kSize; ++c) sum[r] = hn::Add(sum[r], shifted[c]);
-    }
-  }
+  windowSums<kSize, 1>(d, rows.data(), x, sum);
   for (size_t r = 0; r < kRows; ++r) hn::StoreU(hn::Div(sum[r], hn::Set(d, static_cast<float>(kSize * kSize))), d, out[r] + x);
 }
 
