@@ -91,7 +91,13 @@ TEST(ColorToYUVCPU, Refuses) {
                      dst.format = Tamix_GRAY;
                    },
                    "colorToYUVCPUUINT8", "Recieve unsupported format: 1"},
-                  {"output of fewer rows", kShortOutput, "colorToYUVCPUUINT8", kShapes}});
+                  {"output of fewer rows", kShortOutput, "colorToYUVCPUUINT8", kShapes},
+                  {"room for luma, but not for chroma",
+                   [](TamixImage&, TamixImage& dst) {
+                     dst.width = dst.width_stride = 2;
+                     dst.height = dst.height_stride = 12;
+                   },
+                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (4, 16) and (12, 2)"}});
 }
 
 TEST(ColorToGrayCPU, Refuses) {
@@ -299,9 +305,10 @@ TEST(ColorToYUVCPU, PicksTheKernelOfTheFormats) {
   for (const auto& pair : pairs) {
     SCOPED_TRACE(testing::Message() << pair.src_format << " to " << pair.dst_format);
     const RunningOperator color(TAMIX_OP_COLOR_TO_YUV);
-    const auto src = randomImage<uint8_t>({18, 4, 19, 3});
+    // The last row is not converted, so a frame of an even height has room.
+    const auto src = randomImage<uint8_t>({17, 5, 19, 3});
     Image<uint8_t> luma({18, 4, 22}), chroma({18, 2, 22}), expected_luma(luma), expected_chroma(chroma);
-    ASSERT_EQ(pair.kernel(src.data(), expected_luma.data(), expected_chroma.data(), 18, 4, 19, 22), TAMIX_OK);
+    ASSERT_EQ(pair.kernel(src.data(), expected_luma.data(), expected_chroma.data(), 17, 5, 19, 22), TAMIX_OK);
     TamixParams params = recordOf(src, luma, pair.src_format);
     params.output[0].format = pair.dst_format;
     params.output[0].data[1] = chroma.data();

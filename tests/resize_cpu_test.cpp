@@ -249,6 +249,9 @@ TEST_F(ResizeOperators, BilinearServesFloatsOfAnyFormatAndKeepsByteOutputsInside
   TamixImage five = src.record(Tamix_RGB, Tamix_FLOAT32);
   five.channel = 5;
   EXPECT_EQ(run(TAMIX_OP_RESIZE_BILINEAR, five, dst.record(Tamix_RGB, Tamix_FLOAT32)), TAMIX_ERR_BAD_ARGUMENT);
+  TamixImage unused = dst.record(Tamix_RGB, 0);
+  unused.data[0] = nullptr;
+  EXPECT_EQ(run(TAMIX_OP_RESIZE_BILINEAR, src.record(Tamix_RGB, Tamix_FLOAT32), unused), TAMIX_ERR_INVALID_IMAGE);
 }
 
 TEST_F(ResizeOperators, BilinearConvertsFramesToRGB) {

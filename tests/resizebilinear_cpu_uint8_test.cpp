@@ -153,7 +153,7 @@ TEST(ResizeBilinearCPUUINT8, LogsOddWidthsOfFourChannelsOncePerBand) {
   const auto src = randomImage<uint8_t>({8, 40, 8, 4});
   const std::string line =
       errorLine(kFile, "resizeBilinearChannelImp", "tamix: resizeBilinearChannelImp has not support the size undivisible by 8");
-  for (const int32_t num_threads : {0, 1, 3}) {
+  for (const int32_t num_threads : {0, 1, 3, 50}) {
     const LogCapture log;
     Image<uint8_t> dst({7, 40, 7, 4});
     EXPECT_EQ(resize(src, dst, num_threads), TAMIX_OK);

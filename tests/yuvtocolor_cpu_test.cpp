@@ -105,7 +105,7 @@ TEST_F(YUVToColorCPU, RefusesInOrder) {
        },
        TAMIX_ERR_UNSUPPORTED, format(Tamix_I420)},
       {"input format", [](TamixParams& p) { p.input[0].format = Tamix_GRAY; }, TAMIX_ERR_UNSUPPORTED, format(Tamix_GRAY)},
-      {"lower output", [](TamixParams& p) { p.output[0].height = 4; }, TAMIX_ERR_UNSUPPORTED,
+      {"lower output", [](TamixParams& p) { p.output[0].height = p.output[0].height_stride = 4; }, TAMIX_ERR_UNSUPPORTED,
        errorLine(operator_file, "YUVToColorCPUUINT8", "Recieve unsupported input and output shape: (6, 46) and (4, 46)")},
       {"narrower output", [](TamixParams& p) { p.output[0].width = 45; }, TAMIX_ERR_UNSUPPORTED,
        errorLine(operator_file, "YUVToColorCPUUINT8", "Recieve unsupported input and output shape: (6, 46) and (6, 45)")},

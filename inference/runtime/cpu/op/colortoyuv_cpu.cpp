@@ -28,6 +28,13 @@ class ColorToYUVCPU final : public Operator {
   Kernel bgr_to_nv12_;
 };
 
+// The last row of an odd height is not converted; an odd width ends in a whole chroma pair.
+bool holdsFrameOf(const TamixImage& dst, const TamixImage& src) {
+  const int32_t pairs = src.height / 2;
+  const int32_t chroma_width = src.width < INT32_MAX ? src.width + src.width % 2 : src.width;
+  return holdsRows(dst, 2 * pairs, src.width) && holdsRows(dst, pairs, chroma_width, 2);
+}
+
 ColorToYUVCPU::Kernel ColorToYUVCPU::kernelOf(int32_t src_format, int32_t dst_format) const {
   if (src_format == Tamix_BGR && dst_format == Tamix_NV12) return bgr_to_nv12_;
   if (src_format == Tamix_BGR && dst_format == Tamix_NV21) return bgr_to_nv21_;
@@ -39,7 +46,7 @@ ColorToYUVCPU::Kernel ColorToYUVCPU::kernelOf(int32_t src_format, int32_t dst_fo
 int32_t ColorToYUVCPU::colorToYUVCPUUINT8(const TamixImage& src, const TamixImage& dst) const {
   const Kernel kernel = kernelOf(src.format, dst.format);
   TAMIX_REQUIRE(kernel != nullptr, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported format: %d", src.format);
-  TAMIX_REQUIRE_ROOM(src, dst);
+  TAMIX_REQUIRE_FITTING(holdsFrameOf(dst, src), src, dst);
   return kernel(data<const uint8_t>(src), data<uint8_t>(dst), data<uint8_t>(dst, 1), src.width, src.height, src.width_stride,
                 dst.width_stride);
 }

@@ -28,12 +28,15 @@ constexpr bool isOneOf(int32_t value, Values... values) {
   return ((value == values) || ...);
 }
 
-// True when the plane that dst declares holds the rows of src, as kernels that take src's size write them.
-inline bool holdsRowsOf(const TamixImage& dst, const TamixImage& src) {
+// True when the plane that dst declares (one of its planes of rows / `divisor` rows) holds that many rows.
+inline bool holdsRows(const TamixImage& dst, int32_t height, int32_t width, int32_t divisor = 1) {
   if (dst.width_stride < 0) return false;
-  const int32_t rows = std::max(dst.height, dst.height_stride);
-  return planeElements(src.height, src.width, dst.width_stride) <= planeElements(rows, dst.width, dst.width_stride);
+  const int32_t rows = std::max(dst.height, dst.height_stride) / divisor;
+  return planeElements(height, width, dst.width_stride) <= planeElements(rows, dst.width, dst.width_stride);
 }
+
+// Kernels that take the size of src write its rows.
+inline bool holdsRowsOf(const TamixImage& dst, const TamixImage& src) { return holdsRows(dst, src.height, src.width); }
 
 // True when an output is declared as bytes. After an operator that has written floats elsewhere, the framework must not convert
 // it: it holds no floats.
@@ -77,16 +80,14 @@ class OperatorRegistration {
   [[maybe_unused]] static const OperatorRegistration<Creator> register##Class(type)
 
 // Refuses images of unequal width or height.
-#define TAMIX_REQUIRE_SAME_SIZE(src, dst)                                                                                     \
-  TAMIX_REQUIRE((src).width == (dst).width && (src).height == (dst).height, TAMIX_ERR_UNSUPPORTED,                            \
-                "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", (src).height, (src).width, (dst).height, \
-                (dst).width)
+#define TAMIX_REQUIRE_SAME_SIZE(src, dst) \
+  TAMIX_REQUIRE_FITTING((src).width == (dst).width && (src).height == (dst).height, src, dst)
 
-// Refuses an output whose declared plane cannot hold the input's rows.
-#define TAMIX_REQUIRE_ROOM(src, dst)                                                                                          \
-  TAMIX_REQUIRE(tamix::holdsRowsOf(dst, src), TAMIX_ERR_UNSUPPORTED,                                                          \
-                "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", (src).height, (src).width, (dst).height, \
-                (dst).width)
+// Refuses an output whose declared planes cannot hold what the input makes.
+#define TAMIX_REQUIRE_ROOM(src, dst) TAMIX_REQUIRE_FITTING(tamix::holdsRowsOf(dst, src), src, dst)
+#define TAMIX_REQUIRE_FITTING(condition, src, dst)                                                                     \
+  TAMIX_REQUIRE(condition, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", \
+                (src).height, (src).width, (dst).height, (dst).width)
 
 // Refuses strides below the width.
 #define TAMIX_REQUIRE_STRIDES(src, dst)                                                                        \

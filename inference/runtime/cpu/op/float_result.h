@@ -20,7 +20,8 @@ class FloatResult {
 
   // False without memory.
   explicit operator bool() const { return dst_.type == Tamix_FLOAT32 || private_; }
-  float* data() const { return private_ ? private_.data() : static_cast<float*>(dst_.data[0]); }
+  // Null where the output has no plane: kernels refuse that.
+  float* data() const { return private_ && dst_.data[0] != nullptr ? private_.data() : static_cast<float*>(dst_.data[0]); }
 
   int32_t finish() const {
     if (dst_.type == Tamix_FLOAT32) return TAMIX_OK;

@@ -41,10 +41,10 @@ int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
                 "Recieve unsupported output shape: (%d, %d)", dst.height, dst.width);
   const FloatResult result(dst);
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  if (dst.type != Tamix_FLOAT32) std::fill_n(result.data(), room, 0.0f);
+  if (dst.type != Tamix_FLOAT32 && result.data() != nullptr) std::fill_n(result.data(), room, 0.0f);
   TAMIX_DEBUG("GetPerspectiveTransformCPU forward");
   TAMIX_TRY(kernel_(data<const float>(from, 0), data<const float>(from, 1), data<const float>(to, 0), data<const float>(to, 1),
-                    dst.data[0] == nullptr ? nullptr : result.data(), threadNumber()));
+                    result.data(), threadNumber()));
   TAMIX_TRY(result.finish());
   setConverted();
   return TAMIX_OK;

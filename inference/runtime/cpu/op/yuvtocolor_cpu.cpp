@@ -35,13 +35,11 @@ int32_t YUVToColorCPU::forward(TamixParams* params) {
   return YUVToColorCPUUINT8(src, dst);
 }
 
-// Converts the input's size; a larger output keeps the rest, a smaller one is refused.
+// Converts the input's size; a larger output keeps the rest.
 int32_t YUVToColorCPU::YUVToColorCPUUINT8(const TamixImage& src, const TamixImage& dst) const {
   TAMIX_REQUIRE(isOneOf(src.format, Tamix_I420, Tamix_NV12, Tamix_NV21) && isOneOf(dst.format, Tamix_BGR, Tamix_RGB),
                 TAMIX_ERR_UNSUPPORTED, "Recieve unsupported format: %d", src.format);
-  TAMIX_REQUIRE(src.width <= dst.width && src.height <= dst.height, TAMIX_ERR_UNSUPPORTED,
-                "Recieve unsupported input and output shape: (%d, %d) and (%d, %d)", src.height, src.width, dst.height,
-                dst.width);
+  TAMIX_REQUIRE_ROOM(src, dst);
   const bool rgb = dst.format == Tamix_RGB;
   const auto* const y = data<const uint8_t>(src);
   const auto* const uv = data<const uint8_t>(src, 1);

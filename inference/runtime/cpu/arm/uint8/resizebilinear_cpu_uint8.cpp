@@ -201,8 +201,9 @@ int32_t resizeBilinearChannelImp(const Resize& r, int32_t num_threads) {
   TAMIX_REQUIRE(scratch, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
   const NeighbourSums columns = columnsIn128ths(r, scratch);
   uint8_t* const blended = scratch.take<uint8_t>(r.srcElements() + NeighbourSums::kBlock);
-  // Bands beyond the number of rows have none.
-  for (int64_t b = 0; b < std::min<int64_t>(bands, r.dst_height); ++b) {
+  // Bands beyond the number of rows have none; more than kMostIdle of them are not even mentioned.
+  constexpr int64_t kMostIdle = 256;
+  for (int64_t b = 0; b < std::min<int64_t>(bands, r.dst_height + kMostIdle); ++b) {
     if (r.dst_width % 2 != 0) TAMIX_ERROR("tamix: resizeBilinearChannelImp has not support the size undivisible by 8");
     resizeBand(r, bandOf(b, bands, r.src_height), bandOf(b, bands, r.dst_height), columns, blended);
   }
