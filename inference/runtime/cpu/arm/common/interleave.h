@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "inference/runtime/cpu/arm/common/simd.h"
+#include "inference/runtime/cpu/arm/common/unrolled.h"
 
 namespace tamix {
 
@@ -153,10 +154,15 @@ constexpr std::array<Index, 2> takePairs4() {
   return result;
 }
 
-// 16 pixels of three bytes as four each; the masked fourth byte becomes zero.
-constexpr Index appendChannel() {
-  Index result{};
-  for (size_t i = 0; i < 64; ++i) result[i] = static_cast<uint8_t>(i / 4 * 3 + i % 4);
+// Byte i of pixels 16 * part .. of three bytes, spread to four, as a byte of the two registers from number `part` - 1 (0: 0)
+// on. A fourth byte is that of the next pixel.
+constexpr std::array<Index, 4> spreadPixels() {
+  std::array<Index, 4> result{};
+  for (size_t part = 0; part < 4; ++part) {
+    for (size_t i = 0; i < 64; ++i) {
+      result[part][i] = static_cast<uint8_t>((48 * part + i / 4 * 3 + i % 4 - (part < 2 ? 0 : 64 * (part - 1))) % 128);
+    }
+  }
   return result;
 }
 
@@ -174,10 +180,22 @@ constexpr std::array<Index, 3> dropChannel(bool swap_ends) {
   return result;
 }
 
-alignas(64) inline constexpr Index kAppendChannel = appendChannel();
+alignas(64) inline constexpr std::array<Index, 4> kSpreadPixels = spreadPixels();
 alignas(64) inline constexpr std::array<Index, 3> kDropChannel = dropChannel(false);
 alignas(64) inline constexpr std::array<Index, 3> kDropChannelSwapped = dropChannel(true);
 alignas(64) inline constexpr std::array<Index, 2> kTakePairs4 = takePairs4();
+
+// 64 pixels of three bytes, 16 a register; a fourth byte is any byte.
+HWY_INLINE void loadSpread(const uint8_t* from, __m512i (&parts)[4]) {
+  const auto index = [](size_t part) { return _mm512_load_si512(kSpreadPixels[part].data()); };
+  const __m512i x0 = _mm512_loadu_si512(from);
+  const __m512i x1 = _mm512_loadu_si512(from + 64);
+  const __m512i x2 = _mm512_loadu_si512(from + 128);
+  parts[0] = _mm512_permutexvar_epi8(index(0), x0);
+  parts[1] = _mm512_permutex2var_epi8(x0, index(1), x1);
+  parts[2] = _mm512_permutex2var_epi8(x1, index(2), x2);
+  parts[3] = _mm512_permutexvar_epi8(index(3), x2);
+}
 
 }  // namespace interleave4
 #endif
@@ -207,11 +225,10 @@ template <class D, class V = hn::Vec<D>>
 HWY_INLINE void appendZeroChannel(D d, const uint8_t* src, uint8_t* dst) {
 #if HWY_TARGET == HWY_AVX3_DL
   if constexpr (sizeof(V) == 64) {
-    const __m512i index = _mm512_load_si512(interleave4::kAppendChannel.data());
-    for (size_t part = 0; part < 4; ++part) {
-      const __m512i pixels = _mm512_maskz_loadu_epi8(0x0000FFFFFFFFFFFF, src + 48 * part);
-      hn::StoreU(V{_mm512_maskz_permutexvar_epi8(0x7777777777777777, index, pixels)}, d, dst + 64 * part);
-    }
+    __m512i parts[4];
+    interleave4::loadSpread(src, parts);
+    const __m512i channels = _mm512_set1_epi32(0x00FFFFFF);
+    unrolled<4>([&](auto k) { hn::StoreU(V{_mm512_and_si512(parts[k], channels)}, d, dst + 64 * k); });
     return;
   }
 #endif

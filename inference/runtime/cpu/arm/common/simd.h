@@ -11,6 +11,12 @@ namespace tamix {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Elements in whole vectors. Loops that compare with it need no sum per turn.
+template <class D>
+constexpr size_t wholeVectors(D d, size_t n) {
+  return n - n % hn::MaxLanes(d);
+}
+
 // Whole blocks of kBlock with body(d, i), which computes Lanes(d) elements from i on, then the rest with tail(i). Wide
 // machines take several blocks at a time; where the tail starts depends on n and kBlock alone.
 template <class T, size_t kBlock, class Body, class Tail>
@@ -19,9 +25,14 @@ HWY_INLINE void walkRow(size_t n, const Body& body, const Tail& tail) {
   const hn::CappedTag<T, kBlock> block;
   const size_t blocks_end = n - n % kBlock;
   size_t i = 0;
-  for (; i + hn::Lanes(wide) <= blocks_end; i += hn::Lanes(wide)) body(wide, i);
-  for (; i < blocks_end; i += hn::Lanes(block)) body(block, i);
-  for (; i < n; ++i) tail(i);
+  if constexpr (hn::MaxLanes(wide) > kBlock) {
+    for (const size_t end = wholeVectors(wide, n); i != end; i += hn::Lanes(wide)) body(wide, i);
+  }
+  for (; i != blocks_end; i += hn::Lanes(block)) body(block, i);
+#ifdef __clang__
+#pragma clang loop vectorize(disable) unroll(disable)  // Too short for vectors: they would only cost the blocks registers.
+#endif
+  for (size_t k = blocks_end; k < n; ++k) tail(k);
 }
 
 // The same where blocks and tail agree: whole vectors, then 128-bit ones, then one lane at a time.
@@ -31,9 +42,9 @@ HWY_INLINE void walkRow(size_t n, const Body& body) {
   const hn::CappedTag<T, 16 / sizeof(T)> narrow;
   const hn::CappedTag<T, 1> one;
   size_t i = 0;
-  for (; i + hn::Lanes(wide) <= n; i += hn::Lanes(wide)) body(wide, i);
+  for (const size_t end = wholeVectors(wide, n); i != end; i += hn::Lanes(wide)) body(wide, i);
   if constexpr (hn::MaxLanes(wide) > hn::MaxLanes(narrow)) {
-    for (; i + hn::Lanes(narrow) <= n; i += hn::Lanes(narrow)) body(narrow, i);
+    for (const size_t end = wholeVectors(narrow, n); i != end; i += hn::Lanes(narrow)) body(narrow, i);
   }
   for (; i < n; ++i) body(one, i);
 }
@@ -59,7 +70,7 @@ template <class T, class Body>
 HWY_INLINE void writeRow(T* HWY_RESTRICT row, size_t n, const Body& body) {
   const hn::ScalableTag<T> d;
   size_t i = 0;
-  for (; i + hn::Lanes(d) <= n; i += hn::Lanes(d)) hn::StoreU(body(d, i), d, row + i);
+  for (const size_t end = wholeVectors(d, n); i != end; i += hn::Lanes(d)) hn::StoreU(body(d, i), d, row + i);
   if (i == n) return;
   alignas(64) T last[hn::MaxLanes(d)];
   hn::Store(body(d, i), d, last);

@@ -3,6 +3,7 @@
 
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
 #include "inference/runtime/cpu/arm/common/interleave.h"
+#include "inference/runtime/cpu/arm/common/pixel_sums.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/utils/tamix_log.h"
@@ -22,19 +23,26 @@ HWY_INLINE V grayOf(D d, V r, V g, V b) {
   return roundShiftRightNarrowToUint8<7>(d, sum.lower, sum.upper);
 }
 
+// Lanes(d) pixels.
+template <int32_t kChannels, int32_t kRed, class D>
+HWY_INLINE hn::Vec<D> grayOf(D d, const uint8_t* pixels) {
+  if constexpr (kHasPixelSums<D> && kRed != 1) {
+    return sumPixels < kRed == 0 ? PixelWeights{4899, 9617, 1868} : PixelWeights{1868, 9617, 4899}, kChannels > (d, pixels);
+  } else {
+    hn::Vec<D> c[4];
+    if constexpr (kChannels == 3) {
+      loadInterleaved3(d, pixels, c[0], c[1], c[2]);
+    } else {
+      loadInterleaved4(d, pixels, c[0], c[1], c[2], c[3]);
+    }
+    return grayOf(d, c[kRed], c[1], c[2 - kRed]);
+  }
+}
+
 template <int32_t kChannels, int32_t kRed>
 void convertRow(const uint8_t* src, uint8_t* dst, size_t width) {
   walkRow<uint8_t, 16>(
-      width,
-      [&](auto d, size_t x) {
-        hn::Vec<decltype(d)> c[4];
-        if constexpr (kChannels == 3) {
-          loadInterleaved3(d, src + 3 * x, c[0], c[1], c[2]);
-        } else {
-          loadInterleaved4(d, src + 4 * x, c[0], c[1], c[2], c[3]);
-        }
-        hn::StoreU(grayOf(d, c[kRed], c[1], c[2 - kRed]), d, dst + x);
-      },
+      width, [&](auto d, size_t x) { hn::StoreU(grayOf<kChannels, kRed>(d, src + kChannels * x), d, dst + x); },
       [&](size_t x) {
         const uint8_t* const pixel = src + kChannels * x;
         dst[x] = static_cast<uint8_t>((9617 * pixel[1] + 4899 * pixel[kRed] + 1868 * pixel[2 - kRed] + 8192) >> 14);
