@@ -43,13 +43,19 @@ inline size_t planeElements(int32_t height, int32_t width, int32_t width_stride,
   return static_cast<size_t>(height - 1) * rowElements(width_stride, channel) + rowElements(width, channel);
 }
 
-// One long row where rows of n elements follow each other without padding in every plane. Only for rows whose blocks and tails
-// agree: the tails move.
-template <class... Ts>
-void joinRows(int32_t& height, size_t& n, const Plane<Ts>&... planes) {
-  if (height <= 1 || !((planes.pitch == static_cast<ptrdiff_t>(n)) && ...)) return;
+// One long row where rows of n pixels, that many from row to row, follow each other without padding in every plane. Only for
+// rows whose blocks and tails agree: the tails move.
+template <class... Strides>
+void joinPixelRows(int32_t& height, size_t& n, Strides... width_strides) {
+  if (height <= 1 || !((width_strides == static_cast<ptrdiff_t>(n)) && ...)) return;
   n *= static_cast<size_t>(height);
   height = 1;
+}
+
+// The same for rows of n elements.
+template <class... Ts>
+void joinRows(int32_t& height, size_t& n, const Plane<Ts>&... planes) {
+  joinPixelRows(height, n, planes.pitch...);
 }
 
 // Copies rows of n elements, as one run where neither side is padded. Source and destination may overlap within a row.

@@ -37,7 +37,8 @@ int32_t color4ToColor3CPUUINT8(const uint8_t* src, uint8_t* dst, int32_t height,
                 dst_red_index);
   const auto from = plane(src, src_width_stride, 4);
   const auto to = plane(dst, dst_width_stride, 3);
-  const size_t n = rowElements(width);
+  size_t n = rowElements(width);
+  joinPixelRows(height, n, src_width_stride, dst_width_stride);
   for (int32_t y = 0; y < height; ++y) {
     const uint8_t* const in = from.row(y);
     uint8_t* const out = to.row(y);

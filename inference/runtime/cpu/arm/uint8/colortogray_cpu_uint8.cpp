@@ -57,7 +57,9 @@ int32_t convert(const uint8_t* src, uint8_t* dst, int32_t width, int32_t height,
   auto* const row = red_index == 0   ? convertRow<kChannels, 0>
                     : red_index == 1 ? convertRow<kChannels, 1>
                                      : convertRow<kChannels, 2>;
-  for (int32_t y = 0; y < height; ++y) row(colours.row(y), gray.row(y), rowElements(width));
+  size_t n = rowElements(width);
+  joinPixelRows(height, n, src_width_stride, dst_width_stride);
+  for (int32_t y = 0; y < height; ++y) row(colours.row(y), gray.row(y), n);
   return TAMIX_OK;
 }
 
