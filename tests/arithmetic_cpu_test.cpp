@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "inference/runtime/cpu/arm/common/stream.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
@@ -110,6 +111,26 @@ TEST(ArithmeticOperators, TakeEveryCombinationOfElementTypes) {
           }
         }
       }
+    }
+  }
+}
+
+TEST(ArithmeticOperators, TakeLargeImagesOfMixedElementTypes) {
+  const Shape shape{2101, 2005, 2103, 1};
+  if (!isStreamed(shape.elements() * sizeof(float))) GTEST_SKIP() << "as small ones on this machine";
+  const Frames f(shape);
+  for (const Arithmetic& o : kOperators) {
+    const RunningOperator op(o.type);
+    for (const bool bytes_first : {true, false}) {
+      SCOPED_TRACE(testing::Message() << o.name << (bytes_first ? " bytes first" : " floats first"));
+      TamixParams params = bytes_first ? f.record(Tamix_UINT8, Tamix_FLOAT32, Tamix_FLOAT32)
+                                       : f.record(Tamix_FLOAT32, Tamix_UINT8, Tamix_FLOAT32);
+      LogCapture log;
+      EXPECT_EQ(op.run(params), TAMIX_OK);
+      EXPECT_EQ(log.messages().back(), "dataUINT8ToFLOAT32 forward");
+      EXPECT_TRUE(sameBytes(f.out32, Image<float>(shape).fill([&](int32_t y, size_t i) {
+        return bytes_first ? o.op(f.a8.row(y)[i], f.b32.row(y)[i]) : o.op(f.a32.row(y)[i], f.b8.row(y)[i]);
+      })));
     }
   }
 }

@@ -48,10 +48,10 @@ float quotientModel(float a, float b) {
 }
 
 // A kernel and its definition: op for elements in whole blocks, tail for the others.
-template <class In, class Out>
+template <class In, class Out, class In2 = In>
 struct Case {
   const char* name;
-  int32_t (*kernel)(const In*, const In*, Out*, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t);
+  ArithmeticKernel<In, Out, In2>* kernel;
   size_t block;
   Out (*op)(float, float);
   Out (*tail)(float, float);
@@ -81,6 +81,29 @@ const Case<float, uint8_t> kNarrowing[] = {
      [](float a, float b) { return saturated(a / b); }},
 };
 
+const Case<uint8_t, float, float> kBytesAndFloats[] = {
+    {"addBytesAndFloats", addBytesAndFloats, 8, [](float a, float b) { return a + b; }, nullptr},
+    {"subtractBytesAndFloats", subtractBytesAndFloats, 8, [](float a, float b) { return a - b; }, nullptr},
+    {"multiplyBytesAndFloats", multiplyBytesAndFloats, 8, [](float a, float b) { return a * b; }, nullptr},
+    {"divideBytesAndFloats", divideBytesAndFloats, 8, quotientModel, [](float a, float b) { return a / b; }},
+};
+const Case<float, float, uint8_t> kFloatsAndBytes[] = {
+    {"addFloatsAndBytes", addFloatsAndBytes, 8, [](float a, float b) { return a + b; }, nullptr},
+    {"subtractFloatsAndBytes", subtractFloatsAndBytes, 8, [](float a, float b) { return a - b; }, nullptr},
+    {"multiplyFloatsAndBytes", multiplyFloatsAndBytes, 8, [](float a, float b) { return a * b; }, nullptr},
+    {"divideFloatsAndBytes", divideFloatsAndBytes, 8, quotientModel, [](float a, float b) { return a / b; }},
+};
+
+template <class Check>
+void forEachCase(const Check& check) {
+  for (const auto& c : kUint8) check(c);
+  for (const auto& c : kFloat) check(c);
+  for (const auto& c : kWidening) check(c);
+  for (const auto& c : kNarrowing) check(c);
+  for (const auto& c : kBytesAndFloats) check(c);
+  for (const auto& c : kFloatsAndBytes) check(c);
+}
+
 // The NaN of an invalid operation is Arm's on every target; propagated ones are only required to be NaN.
 template <class Out>
 Out mended(Out value, float a, float b) {
@@ -90,8 +113,8 @@ Out mended(Out value, float a, float b) {
   return value;
 }
 
-template <class In, class Out>
-Out expectedElement(const Case<In, Out>& c, float a, float b, size_t i, size_t n) {
+template <class In, class Out, class In2>
+Out expectedElement(const Case<In, Out, In2>& c, float a, float b, size_t i, size_t n) {
   const bool in_block = i < n / c.block * c.block;
   return mended(in_block || c.tail == nullptr ? c.op(a, b) : c.tail(a, b), a, b);
 }
@@ -108,14 +131,14 @@ Image<T> operand(const Shape& shape, uint32_t seed) {
   return image;
 }
 
-template <class In, class Out>
-void expectValues(const Case<In, Out>& c) {
+template <class In, class Out, class In2>
+void expectValues(const Case<In, Out, In2>& c) {
   SCOPED_TRACE(c.name);
   for (const Shape& shape : shapesAround(static_cast<int32_t>(c.block), {1, 3, 4})) {
     SCOPED_TRACE(shape);
     const Shape other{shape.width, shape.height, shape.width_stride + shape.width_stride % 2, shape.channel};
     const Image<In> a = operand<In>(shape, 1);
-    const Image<In> b = operand<In>(other, 2);
+    const Image<In2> b = operand<In2>(other, 2);
     Image<Out> expected(shape);
     expected.fill([&](int32_t y, size_t i) {
       return expectedElement(c, static_cast<float>(a.row(y)[i]), static_cast<float>(b.row(y)[i]), i, shape.rowElements());
@@ -126,7 +149,7 @@ void expectValues(const Case<In, Out>& c) {
               TAMIX_OK);
     ASSERT_TRUE(sameBytes(dst, expected));
 
-    if constexpr (std::is_same_v<In, Out>) {
+    if constexpr (std::is_same_v<In, Out> && std::is_same_v<In2, Out>) {
       const Image<In> second = operand<In>(shape, 3);
       expected.fill([&](int32_t y, size_t i) {
         return expectedElement(c, static_cast<float>(a.row(y)[i]), static_cast<float>(second.row(y)[i]), i,
@@ -148,10 +171,7 @@ void expectValues(const Case<In, Out>& c) {
 }
 
 TEST(ArithmeticCPU, CombinesEveryElementOfBlocksAndTailsAndLeavesPaddingAlone) {
-  for (const auto& c : kUint8) expectValues(c);
-  for (const auto& c : kFloat) expectValues(c);
-  for (const auto& c : kWidening) expectValues(c);
-  for (const auto& c : kNarrowing) expectValues(c);
+  forEachCase([](const auto& c) { expectValues(c); });
 }
 
 // Large outputs are written around the cache: every byte, odd rows and unaligned starts included, must be there all the same.
@@ -209,26 +229,24 @@ TEST(ArithmeticCPU, TakesOneElementAfterTheOtherWhereTheOutputRunsAheadOfAnInput
   }
 }
 
-template <class In, class Out>
-void expectRefusals(const Case<In, Out>& c) {
+template <class In, class Out, class In2>
+void expectRefusals(const Case<In, Out, In2>& c) {
   SCOPED_TRACE(c.name);
   In in[4] = {};
+  In2 in2[4] = {};
   Out out[4] = {};
   LogCapture log;
-  EXPECT_EQ(c.kernel(nullptr, in, out, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
+  EXPECT_EQ(c.kernel(nullptr, in2, out, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
   EXPECT_EQ(c.kernel(in, nullptr, out, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
-  EXPECT_EQ(c.kernel(in, in, nullptr, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
+  EXPECT_EQ(c.kernel(in, in2, nullptr, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
   EXPECT_EQ(c.kernel(nullptr, nullptr, nullptr, 0, 1, 1, 1, 1, 1, 1), TAMIX_OK);
-  EXPECT_EQ(c.kernel(in, in, out, 1 << 30, -5, 1 << 30, 1 << 30, 1 << 30, 4, 1), TAMIX_OK);
+  EXPECT_EQ(c.kernel(in, in2, out, 1 << 30, -5, 1 << 30, 1 << 30, 1 << 30, 4, 1), TAMIX_OK);
   const std::string line = errorLine("runtime/cpu/arm/uint8/arithmetic_cpu_uint8.cpp", c.name, "Recieved null data pointer");
   EXPECT_EQ(log.errors(), std::vector<std::string>(3, line));
 }
 
 TEST(ArithmeticCPU, RefusesNullPlanesButNotEmptyImages) {
-  for (const auto& c : kUint8) expectRefusals(c);
-  for (const auto& c : kFloat) expectRefusals(c);
-  for (const auto& c : kWidening) expectRefusals(c);
-  for (const auto& c : kNarrowing) expectRefusals(c);
+  forEachCase([](const auto& c) { expectRefusals(c); });
 }
 
 }  // namespace

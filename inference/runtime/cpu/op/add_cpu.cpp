@@ -23,7 +23,8 @@ class AddCPU final : public ArithmeticOperator {
 
 int32_t AddCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("AddCPU forward");
-  return combine(params, {uint8_, float32_, uint8_to_float32_, float32_to_uint8_}, TAMIX_HERE, TAMIX_PLACE("addCPUMIXED"));
+  return combine(params, {uint8_, float32_, uint8_to_float32_, float32_to_uint8_, addBytesAndFloats, addFloatsAndBytes},
+                 TAMIX_HERE, TAMIX_PLACE("addCPUMIXED"));
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_ADD, AddCPU, AddCPUCreator);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
 #include "inference/utils/tamix_utils.h"
@@ -55,13 +56,20 @@ int32_t combineConverted(const TamixParams& params, Kernel kernel, int32_t threa
 }
 
 // kernel(input 0, input 1) on the images as they are.
-template <class In, class Out, class Kernel>
-int32_t combineAsTheyAre(const TamixParams& params, Kernel kernel, int32_t threads) {
+template <class In, class Out, class In2>
+int32_t combineAsTheyAre(const TamixParams& params, ArithmeticKernel<In, Out, In2>* kernel, int32_t threads) {
   const TamixImage& a = params.input[0];
   const TamixImage& b = params.input[1];
   const TamixImage& dst = params.output[0];
-  return kernel(data<const In>(a), data<const In>(b), data<Out>(dst), dst.height, dst.width, a.width_stride, b.width_stride,
+  return kernel(data<const In>(a), data<const In2>(b), data<Out>(dst), dst.height, dst.width, a.width_stride, b.width_stride,
                 dst.width_stride, dst.channel, threads);
+}
+
+// True where bytes and floats give so many floats that one pass, past the caches, is faster than converting bands.
+bool isLarge(const TamixImage& dst, const TamixImage& a, const TamixImage& b) {
+  const auto rows = [](const TamixImage& image) { return plane(data<const float>(image), image.width_stride, image.channel); };
+  return isWorthStreaming(plane(data<float>(dst), dst.width_stride, dst.channel), dst.height,
+                          rowElements(dst.width, dst.channel), rows(a), rows(b));
 }
 
 }  // namespace
@@ -97,15 +105,18 @@ int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels
 
   if (a.type == Tamix_FLOAT32 && hasByteOutput(*params)) setConverted();
   if (a.type == b.type && a.type == Tamix_FLOAT32) {
-    return to_float ? combineAsTheyAre<float, float>(*params, kernels.float32, threadNumber())
-                    : combineAsTheyAre<float, uint8_t>(*params, kernels.float32_to_uint8, threadNumber());
+    return to_float ? combineAsTheyAre(*params, kernels.float32, threadNumber())
+                    : combineAsTheyAre(*params, kernels.float32_to_uint8, threadNumber());
   }
   if (a.type == b.type) {
-    return to_float ? combineAsTheyAre<uint8_t, float>(*params, kernels.uint8_to_float32, threadNumber())
-                    : combineAsTheyAre<uint8_t, uint8_t>(*params, kernels.uint8, threadNumber());
+    return to_float ? combineAsTheyAre(*params, kernels.uint8_to_float32, threadNumber())
+                    : combineAsTheyAre(*params, kernels.uint8, threadNumber());
   }
-  if (to_float) return combineConverted<float>(*params, kernels.float32, threadNumber(), mixed);
-  return combineConverted<uint8_t>(*params, kernels.uint8, threadNumber(), mixed);
+  if (!to_float) return combineConverted<uint8_t>(*params, kernels.uint8, threadNumber(), mixed);
+  if (!isLarge(dst, a, b)) return combineConverted<float>(*params, kernels.float32, threadNumber(), mixed);
+  TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
+  return a.type == Tamix_UINT8 ? combineAsTheyAre(*params, kernels.bytes_and_floats, threadNumber())
+                               : combineAsTheyAre(*params, kernels.floats_and_bytes, threadNumber());
 }
 
 }  // namespace tamix

@@ -1,6 +1,7 @@
 // What the four arithmetic operators share: output 0 = input 0 op input 1, whatever the element types.
 #pragma once
 
+#include "inference/runtime/cpu/arm/uint8/arithmetic_cpu_uint8.h"
 #include "inference/runtime/cpu/kernel_table.h"
 #include "inference/utils/tamix_log.h"
 #include "tamix/framework.hpp"
@@ -13,6 +14,8 @@ struct ArithmeticKernels {
   decltype(KernelTable::addCPUFLOAT32) float32;
   decltype(KernelTable::addCPUUINT8toFLOAT32) uint8_to_float32;
   decltype(KernelTable::addCPUFLOAT32toUINT8) float32_to_uint8;
+  ArithmeticKernel<uint8_t, float, float>* bytes_and_floats;
+  ArithmeticKernel<float, float, uint8_t>* floats_and_bytes;
 };
 
 // Base of the arithmetic operators. Has no fields: kernels come first in an operator.

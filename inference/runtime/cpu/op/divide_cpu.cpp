@@ -21,7 +21,8 @@ class DivideCPU final : public ArithmeticOperator {
 
 int32_t DivideCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("DivideCPU forward");
-  return combine(params, {nullptr, float32_, uint8_to_float32_, float32_to_uint8_}, TAMIX_HERE, TAMIX_PLACE("divideCPUMIXED"));
+  return combine(params, {nullptr, float32_, uint8_to_float32_, float32_to_uint8_, divideBytesAndFloats, divideFloatsAndBytes},
+                 TAMIX_HERE, TAMIX_PLACE("divideCPUMIXED"));
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_DIVIDE, DivideCPU, DivideCPUCreator);

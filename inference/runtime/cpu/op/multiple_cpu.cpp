@@ -21,8 +21,9 @@ class MultipleCPU final : public ArithmeticOperator {
 
 int32_t MultipleCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("MultipleCPU forward");
-  return combine(params, {nullptr, float32_, uint8_to_float32_, float32_to_uint8_}, TAMIX_HERE,
-                 TAMIX_PLACE("multipleCPUMIXED"));
+  return combine(params,
+                 {nullptr, float32_, uint8_to_float32_, float32_to_uint8_, multiplyBytesAndFloats, multiplyFloatsAndBytes},
+                 TAMIX_HERE, TAMIX_PLACE("multipleCPUMIXED"));
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_MULTIPLE, MultipleCPU, MultipleCPUCreator);

@@ -23,7 +23,9 @@ class SubtractCPU final : public ArithmeticOperator {
 
 int32_t SubtractCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("SubtractCPU forward");
-  return combine(params, {uint8_, float32_, uint8_to_float32_, float32_to_uint8_}, TAMIX_HERE, TAMIX_PLACE("subtractCPUMIXED"));
+  return combine(params,
+                 {uint8_, float32_, uint8_to_float32_, float32_to_uint8_, subtractBytesAndFloats, subtractFloatsAndBytes},
+                 TAMIX_HERE, TAMIX_PLACE("subtractCPUMIXED"));
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_SUBTRACT, SubtractCPU, SubtractCPUCreator);

@@ -11,15 +11,15 @@ namespace tamix {
 namespace {
 
 // The planes of one call.
-template <class In, class Out>
+template <class In, class Out, class In2>
 struct Operands {
   Plane<const In> src1;
-  Plane<const In> src2;
+  Plane<const In2> src2;
   Plane<Out> dst;
   int32_t height;
   size_t n;
 
-  Operands(const In* src1_data, const In* src2_data, Out* dst_data, int32_t rows, int32_t width, int32_t src1_width_stride,
+  Operands(const In* src1_data, const In2* src2_data, Out* dst_data, int32_t rows, int32_t width, int32_t src1_width_stride,
            int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel)
       : src1(plane(src1_data, src1_width_stride, channel)),
         src2(plane(src2_data, src2_width_stride, channel)),
@@ -37,8 +37,8 @@ constexpr auto asArm(const Op& op) {
 }
 
 // Every element by op(d, a, b), whatever its place.
-template <class In, class Out, class Op>
-int32_t combine(LogPlace kernel, const Operands<In, Out>& images, const Op& op) {
+template <class In, class Out, class In2, class Op>
+int32_t combine(LogPlace kernel, const Operands<In, Out, In2>& images, const Op& op) {
   if (images.height < 1) return TAMIX_OK;
   TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
   combineRows(images.dst, images.height, images.n, op, images.src1, images.src2);
@@ -46,12 +46,12 @@ int32_t combine(LogPlace kernel, const Operands<In, Out>& images, const Op& op) 
 }
 
 // Quotients: by the refined reciprocal in a row's whole blocks of kBlock elements, exactly rounded in its tail.
-template <size_t kBlock, class In, class Out>
-int32_t divide(LogPlace kernel, const Operands<In, Out>& images) {
+template <size_t kBlock, class In, class Out, class In2>
+int32_t divide(LogPlace kernel, const Operands<In, Out, In2>& images) {
   if (images.height < 1) return TAMIX_OK;
   TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
   const auto in_block = [](auto d, auto a, auto b) HWY_ATTR {
-    if constexpr (std::is_same_v<In, uint8_t>) {
+    if constexpr (std::is_same_v<In, uint8_t> && std::is_same_v<In2, uint8_t>) {
       return refinedQuotientOfBytes(d, a, b);
     } else {
       return refinedQuotient(d, a, b);
@@ -72,12 +72,13 @@ constexpr auto kMultiply = [](auto /*d*/, auto a, auto b) { return hn::Mul(a, b)
 }  // namespace
 
 // A kernel: `result` computed from the operands `images`.
-#define TAMIX_ARITHMETIC(name, In, Out, result)                                                                            \
-  int32_t name(const In* src1, const In* src2, Out* dst, int32_t height, int32_t width, int32_t src1_width_stride,         \
-               int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel, int32_t) {                            \
-    const Operands<In, Out> images(src1, src2, dst, height, width, src1_width_stride, src2_width_stride, dst_width_stride, \
-                                   channel);                                                                               \
-    return result;                                                                                                         \
+#define TAMIX_ARITHMETIC(name, In, Out, result) TAMIX_MIXED_ARITHMETIC(name, In, In, Out, result)
+#define TAMIX_MIXED_ARITHMETIC(name, In, In2, Out, result)                                                          \
+  int32_t name(const In* src1, const In2* src2, Out* dst, int32_t height, int32_t width, int32_t src1_width_stride, \
+               int32_t src2_width_stride, int32_t dst_width_stride, int32_t channel, int32_t) {                     \
+    const Operands<In, Out, In2> images(src1, src2, dst, height, width, src1_width_stride, src2_width_stride,       \
+                                        dst_width_stride, channel);                                                 \
+    return result;                                                                                                  \
   }
 
 TAMIX_ARITHMETIC(addCPUUINT8, uint8_t, uint8_t, combine(TAMIX_HERE, images, kSaturatedAdd))
@@ -98,6 +99,17 @@ TAMIX_ARITHMETIC(subtractCPUFLOAT32toUINT8, float, uint8_t, combine(TAMIX_HERE, 
 TAMIX_ARITHMETIC(multipleCPUFLOAT32toUINT8, float, uint8_t, combine(TAMIX_HERE, images, kMultiply))
 TAMIX_ARITHMETIC(divideCPUFLOAT32toUINT8, float, uint8_t, divide<8>(TAMIX_HERE, images))
 
+TAMIX_MIXED_ARITHMETIC(addBytesAndFloats, uint8_t, float, float, combine(TAMIX_HERE, images, asArm(kAdd)))
+TAMIX_MIXED_ARITHMETIC(subtractBytesAndFloats, uint8_t, float, float, combine(TAMIX_HERE, images, asArm(kSubtract)))
+TAMIX_MIXED_ARITHMETIC(multiplyBytesAndFloats, uint8_t, float, float, combine(TAMIX_HERE, images, asArm(kMultiply)))
+TAMIX_MIXED_ARITHMETIC(divideBytesAndFloats, uint8_t, float, float, divide<8>(TAMIX_HERE, images))
+
+TAMIX_MIXED_ARITHMETIC(addFloatsAndBytes, float, uint8_t, float, combine(TAMIX_HERE, images, asArm(kAdd)))
+TAMIX_MIXED_ARITHMETIC(subtractFloatsAndBytes, float, uint8_t, float, combine(TAMIX_HERE, images, asArm(kSubtract)))
+TAMIX_MIXED_ARITHMETIC(multiplyFloatsAndBytes, float, uint8_t, float, combine(TAMIX_HERE, images, asArm(kMultiply)))
+TAMIX_MIXED_ARITHMETIC(divideFloatsAndBytes, float, uint8_t, float, divide<8>(TAMIX_HERE, images))
+
 #undef TAMIX_ARITHMETIC
+#undef TAMIX_MIXED_ARITHMETIC
 
 }  // namespace tamix
