@@ -159,13 +159,15 @@ TEST(ArithmeticOperators, WorkInPlaceAlsoWhereAnInputIsConverted) {
 
 // The framework converts what an operator wrote: that does not include other outputs of the record.
 TEST(FloatOperators, LeaveAnotherOutputOfBytesAlone) {
-  const Shape shape{8, 3, 8, 3};
+  const Shape shape{8, 3, 8, 1};
   const Frames f(shape);
   const Image<uint8_t> before(shape), other(shape);
-  for (const int32_t type : {TAMIX_OP_ADD, TAMIX_OP_NORMALIZATION, TAMIX_OP_CONVERT_SCALE_ABS, TAMIX_OP_RESIZE_BILINEAR}) {
+  for (const int32_t type :
+       {TAMIX_OP_ADD, TAMIX_OP_NORMALIZATION, TAMIX_OP_CONVERT_SCALE_ABS, TAMIX_OP_RESIZE_BILINEAR, TAMIX_OP_MEAN_FILTER}) {
     TamixParams params = f.record(Tamix_FLOAT32, Tamix_FLOAT32, Tamix_FLOAT32);
     params.std_value = 1;
-    params.output[1] = other.record(Tamix_RGB, Tamix_UINT8);
+    params.kernel_size = 3;
+    params.output[1] = other.record(Tamix_GRAY, Tamix_UINT8);
     EXPECT_EQ(RunningOperator(type).run(params), TAMIX_OK) << type;
     EXPECT_TRUE(sameBytes(other, before)) << type;
   }

@@ -42,7 +42,7 @@ int32_t MeanFilterCPU::filterFloats(const TamixImage& src, const TamixImage& dst
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for the float result");
   TAMIX_TRY(float_kernel_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
                           dst.width_stride, src.channel, kernel_size, threadNumber()));
-  if (dst.type != Tamix_UINT8) return TAMIX_OK;
+  if (!isOneOf(dst.type, Tamix_UINT8, Tamix_FLOAT32)) return TAMIX_OK;
   setConverted();
   return result.finish();
 }

@@ -129,6 +129,7 @@ struct RowStep {
   template <bool kStream, class D, class Op, class... Q>
   HWY_INLINE void fourOf(D d, const Op& op, size_t i, const Q&... q) const {
     using V = decltype(op(d, q.v[0]...));
+    if constexpr (requires { op.four(d, q...); }) return storeQuad<kStream>(d, op.four(d, q...), out + i);
     storeQuad<kStream>(d, Quad<V>{{op(d, q.v[0]...), op(d, q.v[1]...), op(d, q.v[2]...), op(d, q.v[3]...)}}, out + i);
   }
 };
@@ -174,7 +175,7 @@ HWY_INLINE size_t walkQuads(Step step, D d, const Op& op, size_t start, size_t e
   return i;
 }
 
-// dst[i] = op(d, src[i]...), wherever i lies.
+// dst[i] = op(d, src[i]...), wherever i lies. An operation may also offer op.four(d, Quad...).
 template <class T = void, class Op, class Out, class... In>
 void combineRows(Plane<Out> dst, int32_t height, size_t n, const Op& op, Plane<const In>... src) {
   using L = Lane<T, Out, In...>;

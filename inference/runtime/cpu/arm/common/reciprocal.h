@@ -116,28 +116,30 @@ template <class D, class V = hn::Vec<D>>
 HWY_INLINE V commonReciprocalEstimate(D d, V v) {
   const hn::RebindToSigned<D> di;
   const auto bits = hn::BitCast(di, v);
-  // x = (2a + 1) / 512: the top eight bits of the fraction, and half of their last place.
-  const auto x = hn::BitCast(d, hn::Or(hn::And(bits, hn::Set(di, 0x007F8000)), hn::Set(di, 0x3F804000)));
-  // r is 512 / x = 2^18 / (2a + 1) rounded. That is never nearer to a half than 1/2046, so 20 bits of it suffice: the
-  // processor's approximation, of 11 bits at least, and one step. Adding 2^23 rounds.
+  // x = (2a + 1) / 2^18: the top eight bits of the fraction, and half of their last place.
+  const auto x = hn::BitCast(d, hn::OrAnd(hn::Set(di, 0x3B004000), bits, hn::Set(di, 0x007F8000)));
+  // r is 1 / x rounded. That is never nearer to a half than 1/2046, so 20 bits of it suffice: the processor's approximation, of
+  // 11 bits at least, and one step. Adding 2^23 rounds, and adding 0xFD00 with it prepares the exponent.
   const auto rough = hn::ApproximateReciprocal(x);
-  const auto fine = hn::Mul(rough, hn::NegMulAdd(x, rough, hn::Set(d, 2.0f)));
-  const auto r = hn::BitCast(di, hn::MulAdd(fine, hn::Set(d, 512.0f), hn::Set(d, 8388608.0f)));
-  // The low 9 bits are r = 256..511. Shifted, its top bit is one step of the exponent, 252 - e + 1; the rest falls out.
-  const auto exponent = hn::Sub(hn::Set(di, 0x7E000000), hn::And(bits, hn::Set(di, static_cast<int32_t>(0xFF800000u))));
-  return hn::BitCast(d, hn::Add(exponent, hn::ShiftLeft<15>(r)));
+  const auto step = hn::NegMulAdd(x, rough, hn::Set(d, 2.0f));
+  const auto r = hn::BitCast(di, hn::MulAdd(rough, step, hn::Set(d, 8388608.0f + 0xFD00)));
+  // The low 9 bits are r = 256..511. Shifted, its top bit is one step of the exponent, 252 - e + 1; what is above 0xFD00 falls
+  // out. -e is its complement and one.
+  const auto complement = hn::AndNot(bits, hn::Set(di, static_cast<int32_t>(0xFF800000u)));
+  return hn::BitCast(d, hn::Add(complement, hn::ShiftLeft<15>(r)));
 }
 #endif
 
 #if HWY_TARGET != HWY_NEON
-// True when a lane of v is zero, infinite, NaN, or below 2^-126 or from 2^126 on.
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE bool hasRareDivisor(D /*d*/, V v) {
+// True when a lane of any v is zero, infinite, NaN, or below 2^-126 or from 2^126 on.
+template <class D, class... V>
+HWY_INLINE bool hasRareDivisor(D /*d*/, V... v) {
   const hn::RebindToUnsigned<D> du;
-  const auto bits = hn::BitCast(du, v);
   // Without the sign, counted from 2^-126: what is smaller wraps round to the upper end.
-  const auto distance = hn::Sub(hn::Add(bits, bits), hn::Set(du, 0x01000000u));
-  return !hn::AllFalse(du, hn::Gt(distance, hn::Set(du, 0xFBFFFFFFu)));
+  auto most = hn::Zero(du);
+  const auto distance = [du](auto bits) HWY_ATTR { return hn::Sub(hn::Add(bits, bits), hn::Set(du, 0x01000000u)); };
+  ((most = hn::Max(most, distance(hn::BitCast(du, v)))), ...);
+  return !hn::AllFalse(du, hn::Gt(most, hn::Set(du, 0xFBFFFFFFu)));
 }
 
 // 1 / v by an estimate and two steps, where v has no rare divisor: no step meets an infinity, no product a rare exponent.

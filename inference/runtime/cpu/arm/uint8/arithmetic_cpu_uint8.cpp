@@ -45,18 +45,34 @@ int32_t combine(LogPlace kernel, const Operands<In, Out, In2>& images, const Op&
   return TAMIX_OK;
 }
 
+// By the refined reciprocal; bytes by bytes have no rare divisors.
+template <bool kOfBytes>
+struct RefinedQuotient {
+  template <class D, class V>
+  HWY_INLINE V operator()(D d, V a, V b) const {
+    if constexpr (kOfBytes) return refinedQuotientOfBytes(d, a, b);
+    return refinedQuotient(d, a, b);
+  }
+
+#if HWY_TARGET != HWY_NEON
+  // Looks for rare divisors in all four together.
+  template <class D, class V>
+  HWY_INLINE Quad<V> four(D d, const Quad<V>& a, const Quad<V>& b) const requires(!kOfBytes) {
+    if (HWY_UNLIKELY(hasRareDivisor(d, b.v[0], b.v[1], b.v[2], b.v[3]))) {
+      return {{(*this)(d, a.v[0], b.v[0]), (*this)(d, a.v[1], b.v[1]), (*this)(d, a.v[2], b.v[2]), (*this)(d, a.v[3], b.v[3])}};
+    }
+    const auto common = [d](V x, V y) HWY_ATTR { return hn::Mul(x, refinedReciprocalOfCommon(d, y)); };
+    return {{common(a.v[0], b.v[0]), common(a.v[1], b.v[1]), common(a.v[2], b.v[2]), common(a.v[3], b.v[3])}};
+  }
+#endif
+};
+
 // Quotients: by the refined reciprocal in a row's whole blocks of kBlock elements, exactly rounded in its tail.
 template <size_t kBlock, class In, class Out, class In2>
 int32_t divide(LogPlace kernel, const Operands<In, Out, In2>& images) {
   if (images.height < 1) return TAMIX_OK;
   TAMIX_REQUIRE_AT(kernel, !images.anyNull(), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
-  const auto in_block = [](auto d, auto a, auto b) HWY_ATTR {
-    if constexpr (std::is_same_v<In, uint8_t> && std::is_same_v<In2, uint8_t>) {
-      return refinedQuotientOfBytes(d, a, b);
-    } else {
-      return refinedQuotient(d, a, b);
-    }
-  };
+  const RefinedQuotient<std::is_same_v<In, uint8_t> && std::is_same_v<In2, uint8_t>> in_block;
   const auto in_tail = asArm([](auto /*d*/, auto a, auto b) HWY_ATTR { return hn::Div(a, b); });
   combineBlocks<float, kBlock>(images.dst, images.height, images.n, in_block, in_tail, images.src1, images.src2);
   return TAMIX_OK;
