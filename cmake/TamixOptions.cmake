@@ -23,6 +23,11 @@ if(NOT TAMIX_HIGHWAY_INCLUDE_DIR)
   message(FATAL_ERROR "Google Highway is needed to build: apt-get install libhwy-dev")
 endif()
 
+# Highway as headers only: one vector target, the compiler's, and no debug assertions, which would need its library.
+add_library(tamix_highway INTERFACE)
+target_include_directories(tamix_highway SYSTEM INTERFACE ${TAMIX_HIGHWAY_INCLUDE_DIR})
+target_compile_definitions(tamix_highway INTERFACE HWY_COMPILE_ONLY_STATIC HWY_IS_DEBUG_BUILD=0)
+
 if(CMAKE_CROSSCOMPILING)
   set(tamix_top_level_native OFF)
 else()
