@@ -97,6 +97,12 @@ TEST(BitwiseOperators, RefuseInOrder) {
        "Recieve unequal shape or data type from mask", false},
       {"a mask of fewer channels", [](TamixParams& p) { p.input[2].channel = 1; },
        "Recieve unequal shape or data type from mask", false},
+      {"a smaller mask without a type",
+       [](TamixParams& p) {
+         p.input[2].type = 0;
+         p.input[2].height = 5;
+       },
+       "Recieve unequal shape or data type from mask", false},
       {"a smaller mask without a format",
        [](TamixParams& p) {
          p.input[2].format = 0;

@@ -109,11 +109,14 @@ TEST(CalcHistCPUUINT8, DividesByEveryStepExactly) {
   }
 }
 
-TEST(CalcHistCPUUINT8, CountsNothingInAnEmptyImage) {
+TEST(CalcHistCPUUINT8, CountsNothingInAnImageOfNegativeSizes) {
   const uint8_t byte = 1;
   uint32_t hist[2] = {7, 7};
   const int32_t zero = 0, one = 1, two = 2;
-  EXPECT_EQ(calcHistCPUUINT8(&byte, hist, -5, -4, 4, 1, 1, &zero, &one, &zero, &two, 1), TAMIX_OK);
+  const LogCapture log;
+  EXPECT_EQ(calcHistCPUUINT8(&byte, hist, -5, -4, 4, 1, 1, &zero, &one, &zero, &two, 1), TAMIX_ERR_INVALID_CALL);
+  EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine("runtime/cpu/arm/uint8/calchist_cpu_uint8.cpp", "calcHistCPUUINT8",
+                                                             "number_sum != height * width: 0 != 20")});
   EXPECT_EQ(hist[0] + hist[1], 0u);
 }
 

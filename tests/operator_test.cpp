@@ -170,6 +170,12 @@ const Refusal kRefusals[] = {
        p.input[0].height_stride = 2;
      },
      TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 3, src_width_stride: 3, src_height: 3, src_height_stride: 2 \n"},
+    {"a slot without a type must not lead backwards",
+     [](TamixParams& p) {
+       p.output[0].type = 0;
+       p.output[0].width_stride = -4;
+     },
+     TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 4, src_width_stride: -4, src_height: 4, src_height_stride: 0 \n"},
 };
 
 TEST(ForwardCV, RefusesRecordsInOrderWithoutRunning) {

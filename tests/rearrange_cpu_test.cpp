@@ -133,8 +133,30 @@ TEST_F(Rearrange, RectCutConvertsWhatTheOutputDeclares) {
   const Image<uint8_t> bytes(to);
   Image<uint8_t> expected_bytes(to);
   expected_bytes.fill([](int32_t y, size_t i) { return (y + 5) * 20 + (static_cast<int32_t>(i) + 9) % 20; });
-  EXPECT_EQ(cutOf(floats, bytes), TAMIX_OK);
-  EXPECT_TRUE(sameBytes(bytes, expected_bytes));
+  {
+    const LogCapture log;
+    EXPECT_EQ(cutOf(floats, bytes), TAMIX_OK);
+    EXPECT_TRUE(sameBytes(bytes, expected_bytes));
+    // What the framework says when it converts an output.
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"start to data type conversion from 1 to 8 in output image 0.",
+                                                        "dataFLOAT32ToUINT8 forward",
+                                                        "dataFLOAT32ToUINT8: copy the data to avoid the data conflict"}));
+  }
+  {
+    // The last conversion's status counts; bytes that no kernel wrote stay.
+    TamixParams params;
+    initTamixParams(&params);
+    params.input[0] = floats.record(Tamix_RGB, Tamix_FLOAT32);
+    params.output[0] = bytes.record(Tamix_RGB, Tamix_UINT8);
+    params.output[1] = params.output[2] = bytes.record(Tamix_RGB, Tamix_UINT8);
+    params.output[2].type = 3;
+    setBorders(params, 5, 8, 3, 9);
+    const LogCapture log;
+    EXPECT_EQ(op.run(params), TAMIX_ERR_UNSUPPORTED);
+    EXPECT_TRUE(sameBytes(bytes, expected_bytes));
+    EXPECT_EQ(log.errors(), std::vector<std::string>{
+                                errorLine("core/operator.cpp", "dataTypeInputToOutput", "recieved unsupported type 8 and 3.")});
+  }
   {
     const LogCapture log;
     const FailingMemalign failing(0);

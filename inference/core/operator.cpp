@@ -47,19 +47,11 @@ Operator::Operator(Runtime* runtime) : runtime_(runtime) {
 
 int32_t Operator::requestIntermediateBuffer() { return TAMIX_OK; }
 
-int32_t Operator::parseFormatToChannel(TamixDataFormat format) {
-  const int32_t value = format;
-  if (value == Tamix_BGR || value == Tamix_RGB || (value >= 4096 && value <= 4351)) return 3;
-  if (value == Tamix_GRAY || (value >= 21 && value <= 4095)) return 1;
-  if (value >= 4352 && value <= 8192) return 2;
-  if (value == Tamix_BGRA || value == 6 || value == Tamix_RGBA) return 4;
-  if (value == Tamix_I420 || (value >= Tamix_NV12 && value <= 20)) return 2;
-  return 1;
-}
+int32_t Operator::parseFormatToChannel(TamixDataFormat format) { return channelsOfFormat(format); }
 
 int32_t Operator::forwardCV(TamixParams* params) {
-  const auto fillChannel = [this](TamixImage& image) {
-    if (image.channel == 0) image.channel = parseFormatToChannel(static_cast<TamixDataFormat>(image.format));
+  const auto fillChannel = [](TamixImage& image) {
+    if (image.channel == 0) image.channel = channelsOfFormat(image.format);
   };
 
   TamixImage& src = params->input[0];
@@ -107,6 +99,13 @@ int32_t Operator::forwardCV(TamixParams* params) {
     }
   }
 
+  // Some operators use slots without a type, which are neither checked nor completed above.
+  for (const TamixImage& image : {src, dst}) {
+    TAMIX_REQUIRE(image.type != 0 || image.data[0] == nullptr || image.width_stride >= 0, TAMIX_ERR_INVALID_IMAGE,
+                  "size error! src_width: %d, src_width_stride: %d, src_height: %d, src_height_stride: %d \n", image.width,
+                  image.width_stride, image.height, image.height_stride);
+  }
+
   const ScratchRun run(intermediate_buffer_, params);
   converted_ = false;
   TAMIX_TRY(forward(params));
@@ -145,8 +144,7 @@ int32_t Operator::dataTypeInputToOutput(TamixImage& src, TamixDataType src_type,
   converted_ = true;
   if (!isTwoPlane(dst.format)) return convert(0, dst.height, dst.width, dst.width_stride, dst.channel);
   TAMIX_TRY(convert(0, dst.height, dst.width, dst.width_stride, 1));
-  // The other plane holds pairs; where I420 has a third plane, both hold single values.
-  if (dst.format == Tamix_I420 && src.data[2] != nullptr && dst.data[2] != nullptr) {
+  if (hasThreePlanes(src) || hasThreePlanes(dst)) {
     TAMIX_TRY(convert(1, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1));
     return convert(2, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1);
   }

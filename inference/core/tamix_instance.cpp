@@ -39,19 +39,17 @@ int32_t TamixInstance::registCVFunction(int32_t type) {
   TAMIX_REQUIRE(valid_, TAMIX_ERR_INVALID_INSTANCE, "TamixInstance invalid!");
   TAMIX_REQUIRE(!operators_.contains(type), TAMIX_ERR_INVALID_ARGUMENT, "cvfunction %d has already existed", type);
 
-  std::shared_ptr<tamix::Operator> primary(primary_->createOperator(type));
-  if (primary != nullptr && primary->ready()) {
-    operators_.emplace(type, std::move(primary));
+  const auto is_usable = [](const std::shared_ptr<tamix::Operator>& op) { return op != nullptr && op->ready(); };
+  std::shared_ptr<tamix::Operator> made(primary_->createOperator(type));
+  if (!is_usable(made) && secondary_ != nullptr) {
+    made.reset(secondary_->createOperator(type));
+    if (is_usable(made)) TAMIX_DEBUG("regist cvfunction %d in CPU runtime", type);
+  }
+  if (is_usable(made)) {
+    operators_.emplace(type, std::move(made));
     return TAMIX_OK;
   }
-  if (secondary_ != nullptr) {
-    std::shared_ptr<tamix::Operator> secondary(secondary_->createOperator(type));
-    if (secondary != nullptr && secondary->ready()) {
-      TAMIX_DEBUG("regist cvfunction %d in CPU runtime", type);
-      operators_.emplace(type, std::move(secondary));
-      return TAMIX_OK;
-    }
-  }
+  made.reset();
   operators_.clear();
   TAMIX_ERROR("Create operator [%d] failed.", type);
   return TAMIX_ERR_CREATE_OPERATOR;

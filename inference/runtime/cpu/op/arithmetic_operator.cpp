@@ -5,6 +5,7 @@
 #include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/runtime/cpu/op/float_result.h"
 #include "inference/utils/tamix_utils.h"
 
 namespace tamix {
@@ -72,6 +73,27 @@ bool isLarge(const TamixImage& dst, const TamixImage& a, const TamixImage& b) {
                           rowElements(dst.width, dst.channel), rows(a), rows(b));
 }
 
+// `mixed`: what logs a failed conversion.
+int32_t combineTypes(const TamixParams& params, const ArithmeticKernels& kernels, int32_t threads, LogPlace mixed) {
+  const TamixImage& a = params.input[0];
+  const TamixImage& b = params.input[1];
+  const TamixImage& dst = params.output[0];
+  const bool to_float = dst.type == Tamix_FLOAT32;
+  if (a.type == b.type && a.type == Tamix_FLOAT32) {
+    return to_float ? combineAsTheyAre(params, kernels.float32, threads)
+                    : combineAsTheyAre(params, kernels.float32_to_uint8, threads);
+  }
+  if (a.type == b.type) {
+    return to_float ? combineAsTheyAre(params, kernels.uint8_to_float32, threads)
+                    : combineAsTheyAre(params, kernels.uint8, threads);
+  }
+  if (!to_float) return combineConverted<uint8_t>(params, kernels.uint8, threads, mixed);
+  if (!isLarge(dst, a, b)) return combineConverted<float>(params, kernels.float32, threads, mixed);
+  TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
+  return a.type == Tamix_UINT8 ? combineAsTheyAre(params, kernels.bytes_and_floats, threads)
+                               : combineAsTheyAre(params, kernels.floats_and_bytes, threads);
+}
+
 }  // namespace
 
 int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels& kernels, LogPlace forward, LogPlace mixed) {
@@ -103,20 +125,10 @@ int32_t ArithmeticOperator::combine(TamixParams* params, const ArithmeticKernels
                    "Recieve unsupported data format: %d, %d and %d with %d channels", a.format, b.format, dst.format,
                    dst.channel);
 
-  if (a.type == Tamix_FLOAT32 && hasByteOutput(*params)) setConverted();
-  if (a.type == b.type && a.type == Tamix_FLOAT32) {
-    return to_float ? combineAsTheyAre(*params, kernels.float32, threadNumber())
-                    : combineAsTheyAre(*params, kernels.float32_to_uint8, threadNumber());
-  }
-  if (a.type == b.type) {
-    return to_float ? combineAsTheyAre(*params, kernels.uint8_to_float32, threadNumber())
-                    : combineAsTheyAre(*params, kernels.uint8, threadNumber());
-  }
-  if (!to_float) return combineConverted<uint8_t>(*params, kernels.uint8, threadNumber(), mixed);
-  if (!isLarge(dst, a, b)) return combineConverted<float>(*params, kernels.float32, threadNumber(), mixed);
-  TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
-  return a.type == Tamix_UINT8 ? combineAsTheyAre(*params, kernels.bytes_and_floats, threadNumber())
-                               : combineAsTheyAre(*params, kernels.floats_and_bytes, threadNumber());
+  TAMIX_TRY(combineTypes(*params, kernels, threadNumber(), mixed));
+  if (a.type != Tamix_FLOAT32 || !to_float) return TAMIX_OK;
+  setConverted();
+  return finishFloats(*this, *params, {});
 }
 
 }  // namespace tamix

@@ -1,6 +1,7 @@
 #include "inference/runtime/cpu/op/bitwise_operator.h"
 
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/utils/image_format.h"
 
 namespace tamix {
 
@@ -16,13 +17,19 @@ int32_t checkBitwiseImages(const TamixParams& params, LogPlace forward, bool lik
                    a.channel == dst.channel && b.channel == dst.channel && a.width == dst.width && b.width == dst.width &&
                        a.height == dst.height && b.height == dst.height,
                    TAMIX_ERR_UNSUPPORTED, "Recieve unequal shape or data type");
-  const bool has_mask = mask.type != 0 && (mask.format != 0 || like_input_1);
+  // A mask of a format is an image like the others. Any other plane is read as a mask too, if it holds enough.
+  const bool is_image = mask.type != 0 && mask.format != 0;
+  const bool is_read = like_input_1 && (mask.type != 0 || mask.data[0] != nullptr);
+  const int32_t stride = mask.width_stride == 0 ? mask.width : mask.width_stride;
+  const int32_t channel = mask.channel == 0 ? channelsOfFormat(mask.format) : mask.channel;
   const bool same_size = mask.width == dst.width && mask.height == dst.height;
-  const bool same_layout = mask.width_stride == b.width_stride && mask.channel == b.channel;
-  TAMIX_REQUIRE_AT(forward, !has_mask || (same_size && (same_layout || !like_input_1)), TAMIX_ERR_UNSUPPORTED,
+  const bool same_layout = stride == b.width_stride && channel == b.channel;
+  const bool holds = planeElements(mask.height, mask.width, stride, channel) >=
+                     planeElements(dst.height, dst.width, b.width_stride, dst.channel);
+  TAMIX_REQUIRE_AT(forward, (!is_image || same_size) && (!is_read || (is_image ? same_layout : holds)), TAMIX_ERR_UNSUPPORTED,
                    "Recieve unequal shape or data type from mask");
   TAMIX_REQUIRE_AT(forward, a.type == Tamix_UINT8, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data type: %d", a.type);
-  TAMIX_REQUIRE_AT(forward, isOnePlane(a) && isOnePlane(b) && isOnePlane(dst) && (!has_mask || isOnePlane(mask)),
+  TAMIX_REQUIRE_AT(forward, isOnePlane(a) && isOnePlane(b) && isOnePlane(dst) && (!is_read || isOnePlane(mask)),
                    TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d, %d and %d with %d channels", a.format, b.format,
                    dst.format, dst.channel);
   return TAMIX_OK;

@@ -17,6 +17,8 @@ class Color3ToColor4CPU final : public Operator {
 
 int32_t Color3ToColor4CPU::color3ToColor4CPUUINT8(const TamixImage& src, const TamixImage& dst) const {
   TAMIX_REQUIRE_STRIDES(src, dst);
+  TAMIX_REQUIRE_PACKED(src);
+  TAMIX_REQUIRE_PACKED(dst);
   TAMIX_REQUIRE_ROOM(src, dst);
   return kernel_(data<const uint8_t>(src), data<uint8_t>(dst), src.height, src.width, src.width_stride, dst.width_stride,
                  threadNumber());

@@ -35,6 +35,7 @@ class ColorToHSVCPU final : public Operator {
 int32_t ColorToHSVCPU::colorToHSVCPUUINT8(const TamixImage& src, const TamixImage& dst) const {
   TAMIX_REQUIRE(isOneOf(src.format, Tamix_RGBA, Tamix_BGRA), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported format: %d",
                 src.format);
+  TAMIX_REQUIRE_PACKED(dst);
   // Other strides are refused by the kernel.
   if (src.width_stride == src.width && dst.width_stride == src.width) TAMIX_REQUIRE_ROOM(src, dst);
   const auto kernel = src.format == Tamix_RGBA ? rgba_to_hsv_ : bgra_to_hsv_;

@@ -36,7 +36,7 @@ int32_t ConvertScaleAbsCPU::forward(TamixParams* params) {
   TAMIX_TRY(float32_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
                      dst.width_stride, params->abs_scale, params->offset, src.channel, threadNumber()));
   setConverted();
-  return result.finish();
+  return finishFloats(*this, *params, {&result, 1});
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_CONVERT_SCALE_ABS, ConvertScaleAbsCPU, ConvertScaleAbsCPUCreator);

@@ -38,13 +38,6 @@ inline bool holdsRows(const TamixImage& dst, int32_t height, int32_t width, int3
 // Kernels that take the size of src write its rows.
 inline bool holdsRowsOf(const TamixImage& dst, const TamixImage& src) { return holdsRows(dst, src.height, src.width); }
 
-// True when an output is declared as bytes. After an operator that has written floats elsewhere, the framework must not convert
-// it: it holds no floats.
-inline bool hasByteOutput(const TamixParams& params) {
-  return std::any_of(std::begin(params.output), std::end(params.output),
-                     [](const TamixImage& image) { return image.type == Tamix_UINT8; });
-}
-
 // False for an operator whose set-up failed: its class says so by isComplete().
 template <class Class>
 bool isUsable(const Class& made) {
@@ -52,10 +45,10 @@ bool isUsable(const Class& made) {
   return true;
 }
 
+inline bool isFrame(const TamixImage& image) { return isOneOf(image.format, Tamix_I420, Tamix_NV12, Tamix_NV21); }
+
 // False where a pixel's channels are spread over planes.
-inline bool isOnePlane(const TamixImage& image) {
-  return image.channel <= 1 || !isOneOf(image.format, Tamix_I420, Tamix_NV12, Tamix_NV21);
-}
+inline bool isOnePlane(const TamixImage& image) { return image.channel <= 1 || !isFrame(image); }
 
 // Registers an operator's creator at load. The instance owns what the creator makes.
 template <class Creator>
@@ -108,6 +101,10 @@ class OperatorRegistration {
 #define TAMIX_REQUIRE_ONE_PLANE(image)                                                                                   \
   TAMIX_REQUIRE(tamix::isOnePlane(image), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d with %d channels", \
                 (image).format, (image).channel)
+
+// Refuses frames of luma and chroma planes where an operator takes pixels of several bytes whatever the format.
+#define TAMIX_REQUIRE_PACKED(image) \
+  TAMIX_REQUIRE(!tamix::isFrame(image), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported data format: %d", (image).format)
 
 // Refuses a float input of a kernel on bytes, before the framework converts floats that the output does not hold.
 #define TAMIX_REQUIRE_NO_FLOAT(image) \

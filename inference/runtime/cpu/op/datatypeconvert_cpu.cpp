@@ -14,12 +14,13 @@ int32_t DataTypeConvertCPU::forward(TamixParams* params) {
   TamixImage& dst = params->output[0];
   TAMIX_REQUIRE_SAME_CHANNEL(src, dst);
   TAMIX_REQUIRE_SAME_SIZE(src, dst);
-  // The source is read with the destination's pitch. Equal types are refused by the conversion.
-  const bool covers = src.width_stride >= dst.width_stride || src.height <= 1;
-  TAMIX_REQUIRE(covers || src.type == dst.type, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output stride: %d, %d",
-                src.width_stride, dst.width_stride);
+  // Other pairs of types are refused by the conversion.
+  const bool is_served = isOneOf(src.type, Tamix_UINT8, Tamix_FLOAT32) && dst.type == Tamix_UINT8 + Tamix_FLOAT32 - src.type;
+  // The source is read with the destination's pitch.
+  TAMIX_REQUIRE(!is_served || src.width_stride >= dst.width_stride || src.height <= 1, TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output stride: %d, %d", src.width_stride, dst.width_stride);
   // The destination's format says how many planes there are.
-  TAMIX_REQUIRE(isOnePlane(src) || !isOnePlane(dst) || src.type == dst.type, TAMIX_ERR_UNSUPPORTED,
+  TAMIX_REQUIRE(!is_served || isOnePlane(src) || !isOnePlane(dst), TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   const int32_t status = dataTypeInputToOutput(src, static_cast<TamixDataType>(src.type), dst,
                                                static_cast<TamixDataType>(dst.type), /*force_copy=*/false);

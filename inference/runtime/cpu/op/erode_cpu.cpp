@@ -30,8 +30,8 @@ int32_t ErodeCPU::forward(TamixParams* params) {
   }
   TAMIX_DEBUG("Recieve kernel size: %d / (%d, %d)", params->kernel_size, kernel_height, kernel_width);
   TAMIX_REQUIRE_TYPE(src, Tamix_UINT8);
-  TAMIX_REQUIRE_ONE_PLANE(src);
-  TAMIX_REQUIRE_ONE_PLANE(dst);
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(src);  // the kernel refuses other counts
+  if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
   TAMIX_DEBUG("erodeCPUUINT8 forward");
   return kernel_(data<const uint8_t>(src), data<uint8_t>(dst), src.height, src.width, src.width_stride, dst.width_stride,
                  src.channel, kernel_height, kernel_width, static_cast<const uint8_t*>(params->kernel), params->anchor,

@@ -1,6 +1,7 @@
 #include "inference/runtime/cpu/arm/fp32/getperspectivetrans_cpu_fp32.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
 #include "inference/runtime/cpu/op/float_result.h"
+#include "inference/utils/image_format.h"
 
 namespace tamix {
 namespace {
@@ -21,12 +22,13 @@ constexpr size_t kMatrixFloats = 9;
 
 int64_t points(const TamixImage& image) { return int64_t{image.width} * image.height; }
 
-bool isPointSet(const TamixImage& image) { return points(image) == 4 && image.type == Tamix_FLOAT32 && image.channel == 2; }
+bool isPointSet(const TamixImage& image) {
+  return image.width > 0 && points(image) == 4 && image.type == Tamix_FLOAT32 && image.channel == 2;
+}
 
 int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
   const TamixImage& from = params->input[0];
   const TamixImage& to = params->input[1];
-  const TamixImage& dst = params->output[0];
   TAMIX_REQUIRE(isPointSet(from), TAMIX_ERR_UNSUPPORTED,
                 "GetPerspectiveTransformCPU expected  src_matrix channel == 2 , type == Tamix_FLOAT32(8) , input 4 "
                 "points------- while channel = %d, type = %d , input size = %d ",
@@ -35,8 +37,11 @@ int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
                 "GetPerspectiveTransformCPU expected  dst_matrix channel == 2 , type == Tamix_FLOAT32(8) , input 4 "
                 "points------- while channel = %d, type = %d , input size = %d ",
                 to.channel, to.type, static_cast<int32_t>(points(to)));
-  // The output must have room for the matrix. The kernel refuses a null one.
-  const size_t room = planeElements(dst.height, dst.width, dst.width_stride, dst.channel);
+  // One plane of the output must have room for the matrix. The kernel refuses a null one.
+  TamixImage dst = params->output[0];
+  if (dst.width_stride == 0) dst.width_stride = dst.width;
+  if (dst.channel == 0) dst.channel = channelsOfFormat(dst.format);
+  const size_t room = isTwoPlane(dst.format) ? 0 : planeElements(dst.height, dst.width, dst.width_stride, dst.channel);
   TAMIX_REQUIRE(dst.data[0] == nullptr || room >= kMatrixFloats, TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported output shape: (%d, %d)", dst.height, dst.width);
   const FloatResult result(dst);
@@ -45,9 +50,8 @@ int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
   TAMIX_DEBUG("GetPerspectiveTransformCPU forward");
   TAMIX_TRY(kernel_(data<const float>(from, 0), data<const float>(from, 1), data<const float>(to, 0), data<const float>(to, 1),
                     result.data(), threadNumber()));
-  TAMIX_TRY(result.finish());
   setConverted();
-  return TAMIX_OK;
+  return finishFloats(*this, *params, {&result, 1});
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_GET_PERSPECTIVE_TRANSFORM, GetPerspectiveTransformCPU, GetPerspectiveTransformCPUCreator);

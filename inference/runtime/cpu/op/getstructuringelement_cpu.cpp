@@ -1,4 +1,5 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/runtime/cpu/op/float_result.h"
 
 namespace tamix {
 namespace {
@@ -26,8 +27,12 @@ int32_t GetStructuringElementCPU::forward(TamixParams* params) {
   }
   if (kernel_height == 1 && kernel_width == 1) shape = TAMIX_MORPH_RECT;
   TAMIX_DEBUG("getStructuringElementCPUUINT8 forward");
-  return kernel_(static_cast<uint8_t*>(params->kernel), shape, kernel_height, kernel_width, kernel_width / 2, kernel_height / 2,
-                 params->anchor, threadNumber());
+  TAMIX_TRY(kernel_(static_cast<uint8_t*>(params->kernel), shape, kernel_height, kernel_width, kernel_width / 2,
+                    kernel_height / 2, params->anchor, threadNumber()));
+  if (params->input[0].type != Tamix_FLOAT32) return TAMIX_OK;
+  // Outputs of bytes hold no floats to convert.
+  setConverted();
+  return finishFloats(*this, *params, {});
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_GET_STRUCTURING_ELEMENT, GetStructuringElementCPU, GetStructuringElementCPUCreator);

@@ -15,7 +15,7 @@ class MeanFilterCPU final : public Operator {
   int32_t forward(TamixParams* params) override;
 
  private:
-  int32_t filterFloats(const TamixImage& src, const TamixImage& dst, int32_t kernel_size);
+  int32_t filterFloats(TamixParams& params);
 
   decltype(KernelTable::meanFilterCPUUINT8) uint8_kernel_;
   decltype(KernelTable::meanFilterCPUFLOAT32) float_kernel_;
@@ -29,22 +29,23 @@ int32_t MeanFilterCPU::forward(TamixParams* params) {
   TAMIX_REQUIRE_SAME_SIZE(src, dst);
   TAMIX_REQUIRE(kernel_size != -1, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported kernel size: %d", kernel_size);
   TAMIX_REQUIRE_TYPE(src, Tamix_FLOAT32, Tamix_UINT8);
-  if (src.type == Tamix_FLOAT32) return filterFloats(src, dst, kernel_size);
+  if (src.type == Tamix_FLOAT32) return filterFloats(*params);
   TAMIX_DEBUG("meanFilterCPUUINT8 forward");
   return uint8_kernel_(data<const uint8_t>(src), src.height, src.width, src.width_stride, data<uint8_t>(dst), dst.height,
                        dst.width, dst.width_stride, src.channel, kernel_size, threadNumber());
 }
 
-int32_t MeanFilterCPU::filterFloats(const TamixImage& src, const TamixImage& dst, int32_t kernel_size) {
+int32_t MeanFilterCPU::filterFloats(TamixParams& params) {
+  const TamixImage& src = params.input[0];
+  const TamixImage& dst = params.output[0];
   TamixImage packed = dst;
   packed.width_stride = packed.width;
   const FloatResult result(packed);
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for the float result");
   TAMIX_TRY(float_kernel_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
-                          dst.width_stride, src.channel, kernel_size, threadNumber()));
-  if (!isOneOf(dst.type, Tamix_UINT8, Tamix_FLOAT32)) return TAMIX_OK;
+                          dst.width_stride, src.channel, params.kernel_size, threadNumber()));
   setConverted();
-  return result.finish();
+  return finishFloats(*this, params, {&result, 1});
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_MEAN_FILTER, MeanFilterCPU, MeanFilterCPUCreator);

@@ -2,6 +2,7 @@
 
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/runtime/cpu/op/float_result.h"
 #include "inference/utils/image_format.h"
 
 namespace tamix {
@@ -15,7 +16,7 @@ class NormalizationCPU final : public Operator {
   int32_t forward(TamixParams* params) override;
 
  private:
-  int32_t normalizationCPUFLOAT32(const TamixParams& params);
+  int32_t normalizationCPUFLOAT32(TamixParams& params);
   int32_t normalizationCPUUINT8(TamixParams& params);
   int32_t runKernel(const float* src, float* dst, const TamixImage& in, const TamixImage& out, int32_t reorder) const;
 
@@ -57,7 +58,7 @@ int32_t NormalizationCPU::runKernel(const float* src, float* dst, const TamixIma
                  out.format, threadNumber());
 }
 
-int32_t NormalizationCPU::normalizationCPUFLOAT32(const TamixParams& params) {
+int32_t NormalizationCPU::normalizationCPUFLOAT32(TamixParams& params) {
   const TamixImage& src = params.input[0];
   const TamixImage& dst = params.output[0];
   const bool in_place = dst.format == 0;
@@ -65,9 +66,10 @@ int32_t NormalizationCPU::normalizationCPUFLOAT32(const TamixParams& params) {
                 dst.format, dst.type);
   if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(src);
   if (src.channel == 3) TAMIX_REQUIRE_ONE_PLANE(dst);
-  if (hasByteOutput(params)) setConverted();
-  if (!in_place) return runKernel(data<const float>(src), data<float>(dst), src, dst, params.reorder);
-  return runKernel(data<const float>(src), data<float>(src), src, src, params.reorder);
+  const TamixImage& out = in_place ? src : dst;
+  TAMIX_TRY(runKernel(data<const float>(src), data<float>(out), src, out, params.reorder));
+  setConverted();
+  return finishFloats(*this, params, {});
 }
 
 int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
@@ -89,7 +91,9 @@ int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
   }
   // Otherwise through floats in the output. The input is read with the output's pitch: what the kernel is going to refuse is
   // converted only where that stays inside the input.
-  if (runs || (reorder == 0 && dst.width_stride <= src.width_stride)) {
+  if (!runs && (reorder == 1 || dst.width_stride > src.width_stride)) {
+    TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
+  } else {
     const int32_t status = dataTypeInputToOutput(src, Tamix_UINT8, dst, Tamix_FLOAT32, false);
     TAMIX_REQUIRE(status == TAMIX_OK, status, "failed to data type conversion in normalizationCPUUINT8");
   }

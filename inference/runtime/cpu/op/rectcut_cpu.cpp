@@ -44,7 +44,7 @@ int32_t RectCutCPU::forward(TamixParams* params) {
   setConverted();
   TAMIX_TRY(kernel_float32_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height,
                             dst.width, dst.width_stride, dst.channel, left, top, right - left, bottom - top, threadNumber()));
-  return result.finish();
+  return finishFloats(*this, *params, {&result, 1});
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_RECT_CUT, RectCutCPU, RectCutCPUCreator);

@@ -17,17 +17,18 @@ int32_t resizePlanes(const TamixImage& src, const TamixImage& dst, Kernel resize
                   data<uint8_t>(dst, k), dst.height / divisor, dst.width / divisor, dst.width_stride / divisor, channels,
                   num_threads);
   };
-  const auto has_three_planes = [](const TamixImage& image) { return image.format == Tamix_I420 && image.data[2] != nullptr; };
-
   if (!isTwoPlane(src.format)) {
-    TAMIX_REQUIRE(!isTwoPlane(dst.format) && dst.channel >= src.channel, TAMIX_ERR_UNSUPPORTED,
-                  "Recieve unsupported input and output channel: %d, %d", src.channel, dst.channel);
+    // A null plane is refused by the kernel.
+    const int32_t channel = dst.channel == 0 ? channelsOfFormat(dst.format) : dst.channel;
+    const bool fits = !isTwoPlane(dst.format) && channel >= src.channel;
+    TAMIX_REQUIRE(fits || dst.data[0] == nullptr, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output channel: %d, %d",
+                  src.channel, channel);
     return plane(resize, 0, 1, src.channel);
   }
-  TAMIX_REQUIRE(has_three_planes(src) == has_three_planes(dst), TAMIX_ERR_UNSUPPORTED,
+  TAMIX_REQUIRE(hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   TAMIX_TRY(plane(resize, 0, 1, 1));
-  if (!has_three_planes(src)) return plane(resize_pairs, 1, 2, 2);
+  if (!hasThreePlanes(src)) return plane(resize_pairs, 1, 2, 2);
   TAMIX_TRY(plane(resize, 1, 2, 1));
   return plane(resize, 2, 2, 1);
 }

@@ -17,7 +17,7 @@ class ResizeBilinearCPU final : public Operator {
 
  private:
   int32_t resizeBilinearCPUUINT8(const TamixImage& src, const TamixImage& dst);
-  int32_t resizeBilinearCPUFLOAT32(const TamixImage& src, const TamixImage& dst);
+  int32_t resizeBilinearCPUFLOAT32(TamixParams& params);
 
   decltype(KernelTable::resizeBilinearCPUUINT8) uint8_kernel_;
   decltype(KernelTable::resizeBilinearCPUFLOAT32) float_kernel_;
@@ -29,7 +29,7 @@ int32_t ResizeBilinearCPU::forward(TamixParams* params) {
   const TamixImage& src = params->input[0];
   const TamixImage& dst = params->output[0];
   TAMIX_REQUIRE_TYPE(src, Tamix_UINT8, Tamix_FLOAT32);
-  if (src.type == Tamix_FLOAT32) return resizeBilinearCPUFLOAT32(src, dst);
+  if (src.type == Tamix_FLOAT32) return resizeBilinearCPUFLOAT32(*params);
   TAMIX_DEBUG("resizeBilinearCPUUINT8 forward");
   return resizeBilinearCPUUINT8(src, dst);
 }
@@ -38,14 +38,14 @@ int32_t ResizeBilinearCPU::resizeBilinearCPUUINT8(const TamixImage& src, const T
   if (src.format == dst.format) return resizePlanes(src, dst, uint8_kernel_, uint8_kernel_, threadNumber());
   TAMIX_REQUIRE(isOneOf(src.format, Tamix_NV12, Tamix_NV21) && isOneOf(dst.format, Tamix_RGB, Tamix_BGR), TAMIX_ERR_UNSUPPORTED,
                 "Recieved unsupported format conversion from %d to %d", src.format, dst.format);
-  TAMIX_REQUIRE(dst.channel >= 3, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output channel: %d, %d", src.channel,
-                dst.channel);
   const auto kernel = dst.format == Tamix_RGB ? to_rgb_kernel_ : to_bgr_kernel_;
   return kernel(data<const uint8_t>(src), data<const uint8_t>(src, 1), src.format == Tamix_NV21 ? 1 : 0, src.height, src.width,
                 src.width_stride, data<uint8_t>(dst), dst.height, dst.width, dst.width_stride, threadNumber());
 }
 
-int32_t ResizeBilinearCPU::resizeBilinearCPUFLOAT32(const TamixImage& src, const TamixImage& dst) {
+int32_t ResizeBilinearCPU::resizeBilinearCPUFLOAT32(TamixParams& params) {
+  const TamixImage& src = params.input[0];
+  const TamixImage& dst = params.output[0];
   // Rows of both images have the input's channels; records that declare less memory, or that of luma planes, are refused.
   const bool has_memory = dst.type == Tamix_FLOAT32 ? dst.channel >= src.channel : dst.channel == src.channel;
   const bool has_luma_plane = isTwoPlane(src.format) || isTwoPlane(dst.format);
@@ -57,7 +57,7 @@ int32_t ResizeBilinearCPU::resizeBilinearCPUFLOAT32(const TamixImage& src, const
   TAMIX_TRY(float_kernel_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
                           dst.width_stride, src.channel));
   setConverted();
-  return result.finish();
+  return finishFloats(*this, params, {&result, 1});
 }
 
 }  // namespace

@@ -45,8 +45,7 @@ int32_t SplitCPU::forward(TamixParams* params) {
   TAMIX_TRY(kernel_float32_(data<const float>(src), src.height, src.width, src.width_stride, planes[0].data(), planes[1].data(),
                             planes[2].data(), data<float>(dst[3]), dst[0].width_stride, src.channel, threadNumber()));
   setConverted();
-  for (const FloatResult& plane : planes) TAMIX_TRY(plane.finish());
-  return TAMIX_OK;
+  return finishFloats(*this, *params, planes);
 }
 
 TAMIX_REGISTER_OPERATOR(TAMIX_OP_SPLIT, SplitCPU, SplitCPUCreator);

@@ -41,10 +41,10 @@ int32_t WarpAffineCPU::forward(TamixParams* params) {
                 src.type);
   TAMIX_DEBUG("warpAffineCPUUINT8 forward");
   if (!isTwoPlane(src.format)) return warpPlane(*params, 0, 1, src.channel);
+  TAMIX_REQUIRE(hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   TAMIX_TRY(warpPlane(*params, 0, 1, 1));
-  // An I420 image that brings its third plane has two half-size planes of single samples, not one of pairs.
-  const auto has_three_planes = [](const TamixImage& image) { return image.format == Tamix_I420 && image.data[2] != nullptr; };
-  if (!has_three_planes(src) && !has_three_planes(dst)) return warpPlane(*params, 1, 2, 2);
+  if (!hasThreePlanes(src)) return warpPlane(*params, 1, 2, 2);
   TAMIX_TRY(warpPlane(*params, 1, 2, 1));
   return warpPlane(*params, 2, 2, 1);
 }

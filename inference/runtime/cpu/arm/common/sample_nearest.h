@@ -9,7 +9,7 @@ namespace tamix {
 // Copies a pixel. Three bytes: the fourth byte of `source` may be read and of `out` be written when kLoose.
 template <int kChannels, bool kLoose>
 HWY_INLINE void copyPixel(const uint8_t* source, uint8_t* out) {
-  std::memcpy(out, source, kChannels == 3 && kLoose ? 4 : kChannels);
+  std::memmove(out, source, kChannels == 3 && kLoose ? 4 : kChannels);
 }
 
 // Fills the source offsets of a group. kInside: all its pixels lie inside (with replicated border they are moved there) and are

@@ -63,7 +63,7 @@ void filterRange(Plane<const float> src, Plane<float> dst, int32_t first, int32_
 
 // The mean of a 3x3 window that reaches over an edge.
 float mirroredMean3x3(Plane<const float> src, int32_t y, int32_t x, int32_t height, int32_t width) {
-  float sum = 0.0f;
+  float sum = -0.0f;  // leaves the first term as it is
   for (int32_t r = y - 1; r <= y + 1; ++r) {
     const float* const row = src.row(borderIndex(r, height, TAMIX_BORDER_REFLECT_101));
     for (int32_t c = x - 1; c <= x + 1; ++c) sum += row[borderIndex(c, width, TAMIX_BORDER_REFLECT_101)];

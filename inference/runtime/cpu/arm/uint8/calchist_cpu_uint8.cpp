@@ -240,8 +240,10 @@ int32_t calcHistCPUUINT8(const uint8_t* src, uint32_t* hist, int32_t height, int
 
   uint64_t sum = 0;
   for (size_t i = 0; i < axes.bins; ++i) sum += hist[i];
-  TAMIX_REQUIRE(sum == pixels, TAMIX_ERR_INVALID_CALL, "number_sum != height * width: %d != %d", static_cast<int32_t>(sum),
-                static_cast<int32_t>(pixels));
+  // An image of a negative size has no pixels, but a product of sizes.
+  const int64_t area = int64_t{height} * width;
+  TAMIX_REQUIRE(static_cast<int64_t>(sum) == area, TAMIX_ERR_INVALID_CALL, "number_sum != height * width: %d != %d",
+                static_cast<int32_t>(sum), static_cast<int32_t>(area));
   return TAMIX_OK;
 }
 

@@ -86,9 +86,9 @@ inline size_t mirrorBlocks(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRIC
 }
 #endif
 
-// dst pixel i = src pixel n - 1 - i. Neither touches anything outside the n pixels; they must not overlap.
+// dst pixel i = src pixel n - 1 - i. Neither touches anything outside the n pixels; where they overlap, the result is open.
 template <size_t kPixel>
-void mirrorRun(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_t n) {
+void mirrorRun(const uint8_t* src, uint8_t* dst, size_t n) {
 #if HWY_TARGET == HWY_NEON
   if constexpr (kPixel == 3) {
     const size_t done = n < 16 ? 0 : mirrorBlocks(src, dst, n);
@@ -98,7 +98,7 @@ void mirrorRun(const uint8_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, size_
 #endif
   size_t i = mirrorVectors<kPixel>(hn::ScalableTag<uint8_t>(), src, dst, n);
   if (i == 0) i = mirrorVectors<kPixel>(hn::CappedTag<uint8_t, 16>(), src, dst, n);
-  for (; i < n; ++i) std::memcpy(dst + i * kPixel, src + (n - 1 - i) * kPixel, kPixel);
+  for (; i < n; ++i) std::memmove(dst + i * kPixel, src + (n - 1 - i) * kPixel, kPixel);
 }
 
 // The same past the caches. The next row, `ahead` bytes behind this one, is asked for early: it is not found by itself.

@@ -118,7 +118,8 @@ int32_t resizeNearestCPUUINT8(const uint8_t* src, int32_t src_height, int32_t sr
 int32_t resizeNearestPairsCPUUINT8(const uint8_t* src, int32_t src_height, int32_t src_width, int32_t src_stride, uint8_t* dst,
                                    int32_t dst_height, int32_t dst_width, int32_t dst_stride, int32_t /*channels*/,
                                    int32_t /*num_threads*/) {
-  TAMIX_REQUIRE_DATA(src, dst);
+  TAMIX_REQUIRE_AT(TAMIX_PLACE("resizeNearestCPUUINT8"), !anyNull(src, dst), TAMIX_ERR_INVALID_IMAGE,
+                   "Recieved null data pointer");
   if (src_height < 1 || src_width < 1 || dst_height < 1 || dst_width < 1) return TAMIX_OK;
   return resizeNearestIntrinsic(
       {plane(src, src_stride, 2), src_height, src_width, plane(dst, dst_stride, 2), dst_height, dst_width, 2});

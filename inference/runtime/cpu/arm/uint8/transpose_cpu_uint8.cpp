@@ -104,7 +104,7 @@ void transposeSmall(const Plane<const uint8_t>& src, const Plane<uint8_t>& dst, 
   for (size_t y = 0; y < height; ++y) {
     const uint8_t* const in = src.row(static_cast<ptrdiff_t>(y));
     for (size_t x = 0; x < width; ++x) {
-      std::memcpy(dst.row(static_cast<ptrdiff_t>(x)) + y * kPixel, in + x * kPixel, kPixel);
+      std::memmove(dst.row(static_cast<ptrdiff_t>(x)) + y * kPixel, in + x * kPixel, kPixel);
     }
   }
 }
