@@ -1,0 +1,615 @@
+#include "tests/hostile/hostile_record.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "tests/support/log_capture.h"
+
+namespace tamix::test {
+namespace {
+
+constexpr int32_t kU8 = Tamix_UINT8;
+constexpr int32_t kF32 = Tamix_FLOAT32;
+constexpr size_t kLargestPlane = size_t{1} << 20;
+// A plane that allocate() is to provide.
+void* const kWanted = reinterpret_cast<void*>(1);
+
+bool isPaired(int32_t format) { return format == Tamix_NV12 || format == Tamix_NV21; }
+
+int32_t channelsOf(int32_t format) {
+  switch (format) {
+    case Tamix_BGR:
+    case Tamix_RGB:
+      return 3;
+    case Tamix_BGRA:
+    case Tamix_RGBA:
+    case 6:
+      return 4;
+    case Tamix_I420:
+    case Tamix_NV12:
+    case Tamix_NV21:
+    case 19:
+    case 20:
+      return 2;
+    default:
+      if (format >= 4096 && format <= 4351) return 3;
+      return format >= 4352 && format <= 8192 ? 2 : 1;
+  }
+}
+
+// The documented bytes of a plane: rows of n elements, the last one unpadded. Absurd sizes give more than kLargestPlane.
+size_t bytesOf(int64_t rows, int64_t pitch, int64_t n, int64_t element) {
+  if (rows < 1 || n < 1 || pitch < 0) return 0;
+  const double size = (static_cast<double>(rows - 1) * static_cast<double>(pitch) + static_cast<double>(n)) * 4;
+  if (size > 4 * static_cast<double>(kLargestPlane)) return kLargestPlane + 1;
+  return static_cast<size_t>(((rows - 1) * pitch + n) * element);
+}
+
+// Bytes of a pixel in the conversions of colours, whose formats decide and not the record's channel count.
+int64_t colorChannels(int32_t operator_type, bool is_input, int32_t format) {
+  const bool has_alpha = format == Tamix_BGRA || format == Tamix_RGBA;
+  switch (operator_type) {
+    case TAMIX_OP_COLOR_TO_HSV:
+    case TAMIX_OP_COLOR4_TO_COLOR3:
+      return is_input ? 4 : 3;
+    case TAMIX_OP_COLOR3_TO_COLOR4:
+      return is_input ? 3 : 4;
+    case TAMIX_OP_COLOR_TO_GRAY:
+      return is_input ? (has_alpha ? 4 : 3) : 1;
+    case TAMIX_OP_COLOR_TO_LAB:
+    case TAMIX_OP_LAB_TO_COLOR:
+      return 3;
+    case TAMIX_OP_COLOR_TO_YUV:
+      return is_input ? 3 : 0;
+    case TAMIX_OP_YUV_TO_COLOR:
+      return is_input ? 0 : 3;
+    default:
+      return 0;
+  }
+}
+
+size_t planeBytes(int32_t operator_type, bool is_input, const TamixImage& image, int32_t k) {
+  const bool is_mask = operator_type >= TAMIX_OP_BITWISE_AND && operator_type <= TAMIX_OP_BITWISE_NOT;
+  const int64_t element = image.type == kU8 || (image.type == 0 && is_mask) ? 1 : 4;
+  const int64_t width = image.width;
+  const int64_t stride = image.width_stride == 0 ? width : image.width_stride;
+  const int64_t rows = std::max(image.height, image.height_stride);
+  if (operator_type == TAMIX_OP_GET_PERSPECTIVE_TRANSFORM && is_input) return k < 2 ? bytesOf(rows, stride, width, element) : 0;
+  if (image.format == Tamix_I420 && k > 0 && image.data[2] != nullptr) {
+    return bytesOf((rows + 1) / 2, stride / 2, (width + 1) / 2, element);
+  }
+  const bool two_planes = channelsOf(image.format) == 2;
+  if (k > 0) return k == 1 && two_planes ? bytesOf(rows / 2, stride, width / 2 * 2, element) : 0;
+  if (isPaired(image.format) || image.format == Tamix_I420) return bytesOf(rows, stride, width, element);
+  int64_t channel = image.channel == 0 ? channelsOf(image.format) : image.channel;
+  channel = std::max({channel, int64_t{two_planes}, colorChannels(operator_type, is_input, image.format)});
+  return bytesOf(rows, stride * channel, width * channel, element);
+}
+
+float oddFloat(uint32_t noise) {
+  static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  static constexpr float kOdd[] = {0.0f,     -0.0f,  kInfinity, -kInfinity,    std::numeric_limits<float>::quiet_NaN(),
+                                   3e38f,    -3e38f, 1e-40f,    2147483648.0f, -2147483904.0f,
+                                   32768.0f, 255.5f, 0.5f,      65536.0f,      1e10f,
+                                   -1.5f};
+  return kOdd[noise % std::size(kOdd)];
+}
+
+}  // namespace
+
+uint32_t Choices::below(uint32_t n) {
+  uint32_t value = next();
+  if (n > 200) value = value << 8 | next();
+  if (n > 50000) value = value << 16 | static_cast<uint32_t>(next()) << 8 | next();
+  return value % n;
+}
+
+HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners)
+    : operator_type_(operator_type), choose_(recipe), manners_(manners) {
+  initTamixParams(&params_);
+  noise_ = choose_.below(0xffffffff);
+  thread_number_ = choose_.oneOf({2, 1, 3, 4, 8, 0});
+  width_ = choose_.between(1, choose_.oneIn(8) ? 400 : 70);
+  height_ = choose_.between(1, choose_.oneIn(8) ? 40 : 9);
+  imagine();
+  settle();
+  if (manners_ == Manners::kHostile) spoil();
+  allocate();
+}
+
+TamixImage HostileRecord::image(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel) {
+  TamixImage made{};
+  made.format = format;
+  made.type = type;
+  made.width = width;
+  made.height = height;
+  made.channel = channel;
+  if (isPaired(format) || (format == Tamix_I420 && !choose_.oneIn(4))) {
+    made.width = (width + 1) / 2 * 2;
+    made.height = (height + 1) / 2 * 2;
+  }
+  const int32_t padding = choose_.oneOf({0, 0, 1, 2, 6, 16, 33});
+  if (padding > 0) made.width_stride = made.width + (channelsOf(format) == 2 ? padding / 2 * 2 : padding);
+  made.data[0] = kWanted;
+  if (isPaired(format) || format == Tamix_I420) made.data[1] = kWanted;
+  if (format == Tamix_I420 && !choose_.oneIn(8)) made.data[2] = kWanted;
+  return made;
+}
+
+// Input 0 and output 0 of the same size.
+void HostileRecord::describePair(int32_t in_format, int32_t out_format, int32_t channel_in, int32_t channel_out) {
+  params_.input[0] = image(in_format, kU8, width_, height_, channel_in);
+  params_.output[0] = image(out_format, kU8, width_, height_, channel_out);
+  params_.output[0].width = params_.input[0].width;
+  params_.output[0].height = params_.input[0].height;
+}
+
+// A call that the operator should serve, most of the time.
+void HostileRecord::imagine() {
+  TamixParams& p = params_;
+  TamixImage& in = p.input[0];
+  TamixImage& out = p.output[0];
+  const int32_t rgb = choose_.oneOf<int32_t>({Tamix_RGB, Tamix_BGR});
+  const int32_t rgba = choose_.oneOf<int32_t>({Tamix_RGBA, Tamix_BGRA});
+  const int32_t yuv = choose_.oneOf<int32_t>({Tamix_NV21, Tamix_NV12, Tamix_I420});
+  const int32_t any = choose_.oneOf<int32_t>({rgb, Tamix_GRAY, rgba});
+  const int32_t frame = choose_.oneOf({any, any, yuv});
+  const int32_t new_width = choose_.between(1, 90);
+  const int32_t new_height = choose_.between(1, 12);
+  const int32_t window = choose_.oneOf({-1, 3, 5, 1, 7, 9, 2, 15});
+  const auto type = [this] { return choose_.oneOf({kU8, kF32}); };
+
+  switch (operator_type_) {
+    case TAMIX_OP_DATA_TYPE_CONVERT:
+      describePair(frame, frame);
+      in.type = type();
+      out.type = kU8 + kF32 - in.type;
+      break;
+    case TAMIX_OP_COUNT_NON_ZERO:
+    case TAMIX_OP_CALC_HIST:
+    case TAMIX_OP_MEAN_STD:
+      describePair(operator_type_ == TAMIX_OP_COUNT_NON_ZERO ? Tamix_GRAY : any, Tamix_GRAY);
+      if (choose_.oneIn(2) && operator_type_ != TAMIX_OP_CALC_HIST) out = {};
+      if (operator_type_ == TAMIX_OP_CALC_HIST) out.type = type();
+      p.hist_dims = choose_.between(0, 4);
+      for (int32_t i = 0; i < 4; ++i) {
+        p.hist_size[i] = choose_.between(1, 12);
+        p.hrange_max[i] = choose_.between(1, 300);
+        p.hrange_min[i] = choose_.between(0, 3);
+        if (choose_.oneIn(2)) p.hist_channels[i] = choose_.between(0, 3);
+      }
+      break;
+    case TAMIX_OP_GAUSSIAN_FILTER:
+    case TAMIX_OP_MEAN_FILTER:
+    case TAMIX_OP_LAPLACIAN_FILTER:
+      describePair(choose_.oneOf({any, any, any, frame}), any);
+      out.format = in.format;
+      if (operator_type_ == TAMIX_OP_MEAN_FILTER) {
+        in = image(Tamix_GRAY, kF32, width_, height_);
+        out = image(Tamix_GRAY, type(), width_, height_);
+      }
+      p.scale = choose_.oneOf({0.0, 1.0, 0.8, 2.5, 100.0});
+      p.delta = choose_.oneOf({0.0, 0.0, 3.5, -7.25});
+      p.abs_output = choose_.oneOf({0, 1});
+      break;
+    case TAMIX_OP_NORMALIZATION:
+      describePair(any, any);
+      in.type = type();
+      out.type = kF32;
+      if (choose_.oneIn(8)) out.format = 0;
+      p.reorder = choose_.oneOf({0, 1});
+      p.mean_value = 100.5f;
+      p.std_value = choose_.oneOf({50.0f, 0.0f, 0.25f});
+      break;
+    case TAMIX_OP_COPY_MAKE_BORDER: {
+      describePair(any, any);
+      for (int32_t& border : p.border_params) border = choose_.between(0, choose_.oneIn(4) ? 60 : 9);
+      out = image(any, kU8, in.width + p.border_params[2] + p.border_params[3],
+                  in.height + p.border_params[0] + p.border_params[1]);
+      p.geom_border_value = choose_.between(-1, 255);
+      break;
+    }
+    case TAMIX_OP_RESIZE_AREA:
+    case TAMIX_OP_RESIZE_NEAREST:
+    case TAMIX_OP_RESIZE_BILINEAR:
+      in = image(frame, kU8, width_, height_);
+      if (operator_type_ == TAMIX_OP_RESIZE_BILINEAR && choose_.oneIn(3)) in.type = kF32;
+      out = image(frame, in.type, new_width, new_height);
+      if (isPaired(in.format) && choose_.oneIn(3)) out = image(rgb, kU8, new_width, new_height);
+      if (choose_.oneIn(4)) out.width = in.width * 2, out.height = in.height * 2, out.width_stride = 0;
+      break;
+    case TAMIX_OP_COLOR_TO_HSV:
+    case TAMIX_OP_COLOR_TO_GRAY:
+      describePair(choose_.oneOf({rgba, operator_type_ == TAMIX_OP_COLOR_TO_GRAY ? rgb : rgba}),
+                   operator_type_ == TAMIX_OP_COLOR_TO_GRAY ? Tamix_GRAY : rgb, 0,
+                   operator_type_ == TAMIX_OP_COLOR_TO_GRAY ? 1 : 3);
+      break;
+    case TAMIX_OP_COLOR_TO_YUV:
+      describePair(rgb, yuv);
+      break;
+    case TAMIX_OP_YUV_TO_COLOR:
+      describePair(yuv, rgb);
+      break;
+    case TAMIX_OP_COLOR_TO_LAB:
+      describePair(rgb, Tamix_LAB, 0, 3);
+      break;
+    case TAMIX_OP_LAB_TO_COLOR:
+      describePair(Tamix_LAB, rgb, 3, 0);
+      break;
+    case TAMIX_OP_COLOR3_TO_COLOR4:
+      describePair(rgb, rgba);
+      break;
+    case TAMIX_OP_COLOR4_TO_COLOR3:
+      describePair(rgba, rgb);
+      break;
+    case TAMIX_OP_MULTIPLE:
+    case TAMIX_OP_DIVIDE:
+    case TAMIX_OP_SUBTRACT:
+    case TAMIX_OP_ADD:
+    case TAMIX_OP_BITWISE_AND:
+    case TAMIX_OP_BITWISE_OR:
+    case TAMIX_OP_BITWISE_XOR:
+    case TAMIX_OP_BITWISE_NOT:
+      describePair(any, any);
+      p.input[1] = image(any, kU8, in.width, in.height);
+      if (operator_type_ < TAMIX_OP_BITWISE_AND) {
+        in.type = type();
+        p.input[1].type = type();
+        out.type = type();
+      } else if (choose_.oneIn(2)) {
+        p.input[2] = image(any, kU8, in.width, in.height);
+        if (!choose_.oneIn(4)) p.input[2].width_stride = p.input[1].width_stride;
+      }
+      break;
+    case TAMIX_OP_CONVERT_SCALE_ABS:
+      describePair(any, any);
+      in.type = type();
+      out.type = choose_.oneOf({in.type, kU8});
+      p.abs_scale = choose_.oneOf({1.0, -0.5, 2.75});
+      p.offset = choose_.oneOf({0.0, 10.5, -300.0});
+      break;
+    case TAMIX_OP_ERODE:
+    case TAMIX_OP_DILATE:
+    case TAMIX_OP_MORPHOLOGY_EX:
+    case TAMIX_OP_GET_STRUCTURING_ELEMENT:
+      describePair(rgb, rgb);
+      p.morph_shape = choose_.oneOf({0, 1, 2});
+      p.morph_type = choose_.oneOf({0, 1, 2, 3});
+      p.border_value = choose_.between(0, 255);
+      p.iterations = choose_.oneOf({1, 1, 1, 2, 3, 0});
+      if (choose_.oneIn(2) || operator_type_ == TAMIX_OP_GET_STRUCTURING_ELEMENT) {
+        p.kernel = static_cast<uint8_t*>(kWanted);
+        p.kernel_size = 3;
+      }
+      break;
+    case TAMIX_OP_GET_PERSPECTIVE_TRANSFORM:
+      in = image(0, kF32, 4, 1, 2);
+      p.input[1] = image(0, kF32, 2, 2, 2);
+      in.data[1] = p.input[1].data[1] = kWanted;
+      out = image(0, type(), 3, 3, 1);
+      break;
+    case TAMIX_OP_FLIP:
+    case TAMIX_OP_ROTATE:
+    case TAMIX_OP_TRANSPOSE:
+    case TAMIX_OP_WARP_AFFINE:
+      describePair(frame, frame);
+      if (operator_type_ == TAMIX_OP_FLIP && choose_.oneIn(4)) in.type = out.type = kF32;
+      p.op_mode = choose_.oneOf({0, 1, -1, 2, 3});
+      if (operator_type_ == TAMIX_OP_TRANSPOSE || (operator_type_ == TAMIX_OP_ROTATE && p.op_mode != 1)) {
+        std::swap(out.width, out.height);
+        out.width_stride = 0;
+      }
+      p.affine_angle = choose_.between(-400, 400);
+      p.affine_scale = choose_.oneOf({1.0, 2.0, 0.0});
+      break;
+    case TAMIX_OP_SPLIT:
+      in = image(choose_.oneOf({rgb, rgb, rgba}), type(), width_, height_);
+      for (TamixImage& plane : p.output) {
+        plane = image(Tamix_GRAY, in.type, in.width, in.height);
+        plane.width_stride = in.width_stride;
+      }
+      break;
+    case TAMIX_OP_MERGE:
+      out = image(choose_.oneOf({rgb, rgb, rgba}), kU8, width_, height_);
+      for (TamixImage& plane : p.input) {
+        plane = image(Tamix_GRAY, kU8, out.width, out.height);
+        plane.width_stride = out.width_stride;
+      }
+      break;
+    case TAMIX_OP_RECT_CUT: {
+      in = image(any, type(), width_ + 1, height_ + 1);
+      const int32_t top = choose_.between(0, height_);
+      const int32_t left = choose_.between(0, width_);
+      const int32_t rows = choose_.between(1, height_ + 1 - top);
+      const int32_t columns = choose_.between(1, width_ + 1 - left);
+      out = image(any, in.type, columns, rows);
+      const int32_t rectangle[] = {top, top + rows, left, left + columns};
+      std::copy_n(rectangle, 4, p.border_params);
+      break;
+    }
+    case TAMIX_OP_THRESHOLD:
+      describePair(choose_.oneOf<int32_t>({Tamix_GRAY, any}), Tamix_GRAY);
+      out.format = in.format;
+      p.thresh_type = choose_.oneOf({0, 1, 2, 3, 4}) | choose_.oneOf({0, 0, 8, 16});
+      p.maxval = choose_.oneOf({255.0, 100.5, -1.0});
+      break;
+    case TAMIX_OP_CONCAT: {
+      p.op_mode = choose_.oneOf({0, 1});
+      const int32_t count = choose_.between(1, 4);
+      int32_t width = 0;
+      int32_t height = 0;
+      for (int32_t i = 0; i < count; ++i) {
+        p.input[i] =
+            image(any, kU8, p.op_mode == 0 ? choose_.between(1, 40) : width_, p.op_mode == 1 ? choose_.between(1, 9) : height_);
+        p.input[i].width_stride = 0;
+        width += p.input[i].width;
+        height += p.input[i].height;
+      }
+      out = image(any, kU8, p.op_mode == 0 ? width : width_, p.op_mode == 1 ? height : height_);
+      break;
+    }
+    case TAMIX_OP_WARP_PERSPECTIVE:
+      in = image(any, kU8, width_, height_);
+      p.input[1] = image(0, choose_.oneOf({kF32, kF32, 0}), 3, 3, 1);
+      p.input[1].width_stride = 0;
+      out = image(any, kU8, new_width, new_height);
+      break;
+    case TAMIX_OP_REMAP:
+      in = image(any, kU8, width_, height_);
+      out = image(any, kU8, new_width, new_height);
+      p.input[1] = image(Tamix_GRAY, kF32, new_width, new_height);
+      p.input[2] = image(Tamix_GRAY, kF32, new_width, new_height);
+      break;
+    case TAMIX_OP_GUIDED_FILTER:
+      describePair(rgb, rgb);
+      p.input[1] = image(rgb, kU8, in.width, in.height);
+      break;
+    case TAMIX_OP_IMAGE_FUSE_OVERLAP: {
+      p.fuse_direction = choose_.oneOf({0, 1});
+      const bool beside = p.fuse_direction == 1;
+      p.fuse_overlap = choose_.between(0, beside ? width_ : height_);
+      in = image(rgb, kU8, width_, height_);
+      p.input[1] = image(rgb, kU8, beside ? p.fuse_overlap + choose_.between(1, 30) : width_,
+                         beside ? height_ : p.fuse_overlap + choose_.between(1, 6));
+      in.width_stride = p.input[1].width_stride = 0;
+      out = image(rgb, kU8, beside ? width_ + p.input[1].width - p.fuse_overlap : width_,
+                  beside ? height_ : height_ + p.input[1].height - p.fuse_overlap);
+      break;
+    }
+    default:
+      describePair(any, any);
+      break;
+  }
+
+  // Settings that several operators read.
+  if (window > 0 && choose_.oneIn(2)) {
+    p.kernel_height = window;
+    p.kernel_width = choose_.oneIn(3) ? choose_.between(1, 9) : window;
+  } else if (window > 0) {
+    p.kernel_size = window;
+  }
+  if (operator_type_ == TAMIX_OP_GUIDED_FILTER && !choose_.oneIn(8)) p.kernel_size = 5;
+  p.border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
+  p.geom_border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
+  p.interpolation = choose_.oneOf({0, 1, 2, 16, 17, 18, -1});
+}
+
+// Where the caller gives memory for a setting.
+void HostileRecord::settle() {
+  const bool most = !choose_.oneIn(8);
+  params_.nonzero_count = most ? static_cast<uint32_t*>(kWanted) : nullptr;
+  params_.mean_out = params_.std_out = most ? static_cast<float*>(kWanted) : nullptr;
+  params_.mean = choose_.oneIn(2) ? static_cast<float*>(kWanted) : nullptr;
+  params_.std = choose_.oneIn(2) ? static_cast<float*>(kWanted) : nullptr;
+  params_.thresh = most ? static_cast<double*>(kWanted) : nullptr;
+  params_.fuse_weights = most ? static_cast<float*>(kWanted) : nullptr;
+  params_.geom_border_value_ptr = choose_.oneIn(2) ? static_cast<uint8_t*>(kWanted) : nullptr;
+  shares_planes_ = choose_.oneIn(8);
+}
+
+int32_t HostileRecord::anything() {
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  return choose_.oneOf({0,     -1,    1,      2,         3,          4,       5,     7,       8,
+                        9,     16,    17,     18,        19,         20,      21,    31,      255,
+                        256,   4096,  4352,   8192,      8300,       16385,   -2,    -16,     32768,
+                        65535, kMost, kLeast, kMost - 1, kLeast + 1, 1 << 30, 46341, 1 << 24, choose_.between(0, 100)});
+}
+
+// A few fields set to anything.
+void HostileRecord::spoil() {
+  static constexpr int32_t TamixImage::*kFields[] = {&TamixImage::format,       &TamixImage::type,         &TamixImage::width,
+                                                     &TamixImage::height,       &TamixImage::width_stride, &TamixImage::channel,
+                                                     &TamixImage::height_stride};
+  static constexpr int32_t TamixParams::*kSettings[] = {
+      &TamixParams::op_mode,      &TamixParams::interpolation, &TamixParams::geom_border_type, &TamixParams::geom_border_value,
+      &TamixParams::kernel_size,  &TamixParams::kernel_height, &TamixParams::kernel_width,     &TamixParams::morph_shape,
+      &TamixParams::morph_type,   &TamixParams::border_type,   &TamixParams::border_value,     &TamixParams::iterations,
+      &TamixParams::abs_output,   &TamixParams::reorder,       &TamixParams::hist_dims,        &TamixParams::thresh_type,
+      &TamixParams::fuse_overlap, &TamixParams::fuse_direction};
+  static constexpr double TamixParams::*kReals[] = {&TamixParams::scale,     &TamixParams::delta,  &TamixParams::affine_angle,
+                                                    &TamixParams::abs_scale, &TamixParams::offset, &TamixParams::affine_scale,
+                                                    &TamixParams::maxval};
+  static constexpr int32_t(TamixParams::*kLists[])[4] = {&TamixParams::border_params, &TamixParams::hist_size,
+                                                         &TamixParams::hist_channels, &TamixParams::hrange_max,
+                                                         &TamixParams::hrange_min};
+  const auto index = [this](const auto& list) { return choose_.below(static_cast<uint32_t>(std::size(list))); };
+  for (uint32_t i = choose_.below(4); i > 0; --i) {
+    const uint32_t slot = choose_.oneOf<uint32_t>({0, 4, 0, 4, 1, 2, 3, 5, 6, 7});
+    TamixImage& image = slot < 4 ? params_.input[slot] : params_.output[slot - 4];
+    switch (choose_.below(8)) {
+      case 0:
+      case 1:
+      case 2:
+        image.*kFields[index(kFields)] = anything();
+        break;
+      case 3:
+        image.data[choose_.below(3)] = choose_.oneIn(2) ? nullptr : kWanted;
+        break;
+      case 4:
+        // Both images of a pair alike, to pass the comparisons.
+        params_.input[0].*kFields[slot % 7] = params_.output[0].*kFields[slot % 7] = anything();
+        break;
+      case 5:
+        params_.*kSettings[index(kSettings)] = anything();
+        break;
+      case 6:
+        params_.*kReals[index(kReals)] = choose_.oneIn(4) ? 1e300 : static_cast<double>(oddFloat(choose_.below(64)));
+        break;
+      default:
+        (params_.*kLists[index(kLists)])[choose_.below(4)] = anything();
+        break;
+    }
+  }
+}
+
+GuardedBytes& HostileRecord::plane(size_t size) {
+  return planes_.emplace_back(size, choose_.oneIn(4) ? Guard::kBefore : Guard::kBehind);
+}
+
+void HostileRecord::addNoise(std::span<uint8_t> bytes, bool floats) {
+  std::minstd_rand random(noise_ + static_cast<uint32_t>(inputs_.size()) + 1);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() >> 8);
+  if (!floats) return;
+  const bool small = operator_type_ == TAMIX_OP_REMAP || random() % 2 == 0;
+  for (size_t i = 0; i + sizeof(float) <= bytes.size(); i += sizeof(float)) {
+    float value = static_cast<float>(random() % 65536) / 512.0f - 20.0f;
+    if (!small) value *= 3.0f;
+    if (random() % 24 == 0) value = oddFloat(static_cast<uint32_t>(random() >> 8));
+    std::memcpy(&bytes[i], &value, sizeof(value));
+  }
+}
+
+void* HostileRecord::inputPlane(size_t size, bool floats) {
+  if (size > kLargestPlane) return nullptr;
+  const GuardedBytes& made = plane(size);
+  const std::span bytes(static_cast<uint8_t*>(made.data()), size);
+  addNoise(bytes, floats);
+  inputs_.push_back(bytes);
+  return made.data();
+}
+
+void* HostileRecord::setting(size_t size) {
+  if (size > kLargestPlane) return nullptr;
+  const GuardedBytes& made = plane(size);
+  outputs_.emplace_back(static_cast<uint8_t*>(made.data()), size);
+  return made.data();
+}
+
+// Gives every wanted pointer the memory that the record declares.
+void HostileRecord::allocate() {
+  TamixParams& p = params_;
+  size_t bins = 1;
+  for (int32_t i = 0; i < std::clamp(p.hist_dims, 0, 4); ++i) {
+    bins = std::min(bins * static_cast<size_t>(std::max(p.hist_size[i], 0)), kLargestPlane);
+  }
+  for (int32_t k = 0; k < 3; ++k) {
+    for (int32_t i = 0; i < 4; ++i) {
+      TamixImage& in = p.input[i];
+      TamixImage& out = p.output[i];
+      const size_t in_size = planeBytes(operator_type_, true, in, k);
+      size_t out_size = planeBytes(operator_type_, false, out, k);
+      // The histogram has its own size.
+      if (operator_type_ == TAMIX_OP_CALC_HIST && i == 0 && k == 0)
+        out_size = std::max((out_size + 3) / 4 * 4, bins * sizeof(uint32_t));
+      const size_t at = choose_.oneOf<size_t>({0, 0, 4, 64, in_size / 8 * 4});
+      const bool shared = shares_planes_ && i == 0 && in.data[k] == kWanted && out.data[k] == kWanted &&
+                          in_size <= kLargestPlane && std::max(in_size, at + out_size) <= kLargestPlane - 4;
+      if (shared) {
+        const size_t size = (std::max(in_size, at + out_size) + 3) / 4 * 4;
+        auto* const memory = static_cast<uint8_t*>(inputPlane(size, in.type == kF32));
+        in.data[k] = memory;
+        out.data[k] = memory + at;
+        continue;
+      }
+      if (in.data[k] == kWanted) in.data[k] = inputPlane(in_size, in.type != kU8);
+      if (out.data[k] == kWanted) out.data[k] = setting(out_size);
+    }
+  }
+  const size_t channels =
+      static_cast<size_t>(std::max(p.input[0].channel == 0 ? channelsOf(p.input[0].format) : p.input[0].channel, 0));
+  if (p.nonzero_count != nullptr) p.nonzero_count = static_cast<uint32_t*>(setting(sizeof(uint32_t)));
+  if (p.mean_out != nullptr) p.mean_out = static_cast<float*>(setting(channels * sizeof(float)));
+  if (p.std_out != nullptr) p.std_out = static_cast<float*>(setting(channels * sizeof(float)));
+  if (p.mean != nullptr) p.mean = static_cast<float*>(inputPlane(channels * sizeof(float), true));
+  if (p.std != nullptr) p.std = static_cast<float*>(inputPlane(channels * sizeof(float), true));
+  if (p.geom_border_value_ptr != nullptr) p.geom_border_value_ptr = static_cast<uint8_t*>(inputPlane(channels, false));
+  if (p.fuse_weights != nullptr) {
+    p.fuse_weights = static_cast<float*>(inputPlane(bytesOf(1, 0, p.fuse_overlap, sizeof(float)), true));
+  }
+  if (p.thresh != nullptr) {
+    p.thresh = static_cast<double*>(inputPlane(sizeof(double), false));
+    if (p.thresh != nullptr)
+      *p.thresh = choose_.oneIn(8) ? static_cast<double>(oddFloat(noise_)) : choose_.between(0, 2600) / 10.0;
+  }
+  if (p.kernel != nullptr) {
+    const bool both = p.kernel_height != -1 && p.kernel_width != -1;
+    const int64_t rows = both ? p.kernel_height : std::max(p.kernel_size, 3);
+    const int64_t columns = both ? p.kernel_width : std::max(p.kernel_size, 3);
+    const size_t size = rows < 1 || columns < 1 ? 0 : bytesOf(rows, columns, columns, 1);
+    const bool is_output = operator_type_ == TAMIX_OP_GET_STRUCTURING_ELEMENT;
+    p.kernel = static_cast<uint8_t*>(is_output ? setting(size) : inputPlane(size, false));
+    for (size_t i = 0; !is_output && p.kernel != nullptr && i < size; ++i) p.kernel[i] &= noise_ % 3 == 0 ? 1 : 0xff;
+  }
+}
+
+uint8_t HostileRecord::patternAt(uint32_t seed, size_t i) {
+  return static_cast<uint8_t>((seed * 0x9e + i * 31 + (i >> 8)) ^ seed >> 8);
+}
+
+void HostileRecord::prefill(uint32_t seed) {
+  for (const std::span<uint8_t> bytes : outputs_) {
+    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = patternAt(seed, i);
+  }
+}
+
+std::string HostileRecord::describe() const {
+  std::ostringstream text;
+  text << "operator " << operator_type_ << (shares_planes_ ? ", sharing planes" : "");
+  for (int32_t i = 0; i < 8; ++i) {
+    const TamixImage& image = i < 4 ? params_.input[i] : params_.output[i - 4];
+    if (image.data[0] == nullptr && image.width == 0) continue;
+    text << "\n"
+         << (i < 4 ? "input " : "output ") << i % 4 << ": format " << image.format << ", type " << image.type << ", "
+         << image.width << "x" << image.height << ", strides " << image.width_stride << " and " << image.height_stride
+         << ", channel " << image.channel << ", planes " << image.data[0] << " " << image.data[1] << " " << image.data[2];
+  }
+  TamixParams defaults;
+  initTamixParams(&defaults);
+  text << "\nsettings";
+  const auto* const words = reinterpret_cast<const int32_t*>(&params_);
+  const auto* const usual = reinterpret_cast<const int32_t*>(&defaults);
+  for (size_t i = sizeof(TamixImage) * 8 / sizeof(int32_t); i < sizeof(TamixParams) / sizeof(int32_t); ++i) {
+    if (words[i] != usual[i]) text << " +" << i * sizeof(int32_t) - 576 << ": " << words[i];
+  }
+  return text.str();
+}
+
+Outcome run(HostileRecord& record) {
+  LogCapture log(4);
+  TamixConfig config;
+  initTamixConfig(&config);
+  config.perf_level = -1;  // leave the affinity of the test alone
+  config.log_level = 4;
+  config.num_threads = record.threadNumber();
+  TamixHandle handle = nullptr;
+  initTamix(&handle, &config);
+  registTamixOperator(handle, record.operatorType());
+  const int32_t status = runTamix(handle, record.operatorType(), &record.params());
+  releaseTamix(&handle);
+  return {status, log.errors()};
+}
+
+std::vector<uint8_t> recipe(int32_t operator_type, uint32_t number) {
+  std::minstd_rand random(static_cast<uint32_t>(operator_type) * 1000003 + number + 1);
+  random.discard(8);
+  std::vector<uint8_t> bytes(160);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() >> 12);
+  return bytes;
+}
+
+}  // namespace tamix::test

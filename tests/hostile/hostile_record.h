@@ -1,0 +1,109 @@
+// Records for every operator as a careless or hostile caller might fill them, made from a string of bytes: a plausible call
+// first, then a few fields set to anything. The planes hold what the finished record declares, to the byte.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tamix/tamix.h"
+#include "tests/support/guarded_buffer.h"
+
+namespace tamix::test {
+
+// Every operator type.
+inline constexpr std::array<int32_t, 47> kOperators = {0,  1,  2,  3,  4,  8,  13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
+                                                       24, 25, 26, 27, 29, 30, 31, 32, 36, 37, 38, 39, 40, 42, 43, 44,
+                                                       45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 61, 68};
+
+// Decisions read off a string of bytes; zeros behind its end.
+class Choices {
+ public:
+  explicit Choices(std::span<const uint8_t> bytes) : bytes_(bytes) {}
+
+  // In [0, n), n up to 2^32 - 1.
+  uint32_t below(uint32_t n);
+  bool oneIn(uint32_t n) { return below(n) == n - 1; }
+  int32_t between(int32_t least, int32_t most) {
+    return least + static_cast<int32_t>(below(static_cast<uint32_t>(most - least) + 1));
+  }
+  template <class T>
+  T oneOf(std::initializer_list<T> values) {
+    return values.begin()[below(static_cast<uint32_t>(values.size()))];
+  }
+
+ private:
+  uint8_t next() { return at_ < bytes_.size() ? bytes_[at_++] : 0; }
+
+  std::span<const uint8_t> bytes_;
+  size_t at_ = 0;
+};
+
+// How far a record strays from a plausible call.
+enum class Manners { kPlausible, kHostile };
+
+class HostileRecord {
+ public:
+  HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners);
+
+  int32_t operatorType() const { return operator_type_; }
+  int32_t threadNumber() const { return thread_number_; }
+  TamixParams& params() { return params_; }
+
+  // Fills everything that the library may write, but inputs, with a pattern of its own for every seed.
+  void prefill(uint32_t seed);
+  // What the pattern of a seed has at a byte of an output.
+  static uint8_t patternAt(uint32_t seed, size_t i);
+  // Outputs, plane by plane, and what settings point to.
+  std::vector<std::span<uint8_t>> outputs() const { return outputs_; }
+  // True where an output lies in an input's memory.
+  bool sharesPlanes() const { return shares_planes_; }
+  // The images and the settings that differ from their defaults.
+  std::string describe() const;
+
+ private:
+  void imagine();
+  void describePair(int32_t in_format, int32_t out_format, int32_t channel_in = 0, int32_t channel_out = 0);
+  TamixImage image(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel = 0);
+  void settle();
+  void spoil();
+  int32_t anything();
+  void allocate();
+  void* inputPlane(size_t size, bool floats);
+  void* outputPlane(size_t size, bool shared_allowed);
+  void* setting(size_t size);
+  GuardedBytes& plane(size_t size);
+  void addNoise(std::span<uint8_t> bytes, bool floats);
+
+  int32_t operator_type_;
+  Choices choose_;
+  Manners manners_;
+  int32_t thread_number_;
+  uint32_t noise_;
+  int32_t width_ = 0;
+  int32_t height_ = 0;
+  TamixParams params_;
+  std::deque<GuardedBytes> planes_;
+  std::vector<std::span<uint8_t>> inputs_;
+  std::vector<std::span<uint8_t>> outputs_;
+  bool shares_planes_ = false;
+};
+
+// What came of a record.
+struct Outcome {
+  int32_t status;
+  std::vector<std::string> errors;
+};
+
+// Runs a record on an instance of its own.
+Outcome run(HostileRecord& record);
+
+// A recipe of a deterministic series.
+std::vector<uint8_t> recipe(int32_t operator_type, uint32_t number);
+
+}  // namespace tamix::test
