@@ -11,3 +11,8 @@ for preset in host aarch64; do
   cmake --build --preset "$preset"
   ctest --preset "$preset" -j "$(nproc)"
 done
+echo "== the same bytes from both"
+digests=$(mktemp)
+trap 'rm -f "$digests"' EXIT
+build/host/tests/record_digest >"$digests"
+qemu-aarch64 -L /usr/aarch64-linux-gnu build/aarch64/tests/record_digest | diff "$digests" -

@@ -108,7 +108,8 @@ TAMIX_API int32_t BGRToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t*
  * Smooths an image of interleaved 8-bit channels with a symmetric 3x3 kernel. `kernel`: 9 floats row by row, of which the
  * corner kernel[0], the edge kernel[1] and the centre kernel[4] count; null builds the sampled Gaussian of `sigma` (0: 0.8).
  * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another
- * size than 3x3 return TAMIX_OK and leave dst alone. border_type: a TamixBorderType, -1 standing for TAMIX_BORDER_REFLECT_101.
+ * size than 3x3 return TAMIX_OK and leave dst alone (TAMIX_ERR_NO_MEMORY where one side is negative and `kernel` null).
+ * border_type: a TamixBorderType, -1 standing for TAMIX_BORDER_REFLECT_101.
  *
  * Widths below 8, heights below 2 of 3 mirrored channels, unknown borders (TAMIX_ERR_UNSUPPORTED), constant borders outside
  * 0..255 (TAMIX_ERR_INVALID_IMAGE) and failed allocations (TAMIX_ERR_NO_MEMORY) are reported, and dst is filled nevertheless,
@@ -169,11 +170,12 @@ TAMIX_API int32_t meanFilterCPUUINT8(const uint8_t* src, int32_t src_height, int
                                      int32_t channel, int32_t kernel_size, int32_t num_threads);
 
 /*
- * Edge-preserving smoothing of a 3-channel image `src` (p) under a 3-channel guide (I) of the same or a larger size: in every
- * channel dst = a * I + b, where a = cov(I, p) / (var(I) + 1) and b = mean(p) - a * mean(I) over 5x5 windows of p's grid, and a
- * and b are smoothed by the same windows and enlarged bilinearly. The two outermost rows and columns of p's grid keep their own
- * values. dst has the guide's size; strides count pixels and are honoured. dst may be the guide or src. kernel_size is 5 or -1,
- * channel 3. Returns TAMIX_ERR_UNSUPPORTED for other values and sizes, TAMIX_ERR_NO_MEMORY without scratch memory.
+ * Edge-preserving smoothing of a 3-channel image `src` (p) under a 3-channel guide (I), usually of the same or a larger size:
+ * in every channel dst = a * I + b, where a = cov(I, p) / (var(I) + 1) and b = mean(p) - a * mean(I) over 5x5 windows of p's
+ * grid, and a and b are smoothed by the same windows and enlarged bilinearly. The two outermost rows and columns of p's grid
+ * keep their own values. dst has the guide's size; strides count pixels and are honoured. dst may be the guide or src.
+ * kernel_size is 5 or -1, channel 3. Returns TAMIX_ERR_UNSUPPORTED for other values and sizes, TAMIX_ERR_NO_MEMORY without
+ * scratch memory.
  */
 TAMIX_API int32_t guidedFilterCPUUINT8(const uint8_t* guide, int32_t guide_height, int32_t guide_width,
                                        int32_t guide_width_stride, const uint8_t* src, int32_t src_height, int32_t src_width,

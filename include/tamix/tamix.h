@@ -7,10 +7,12 @@
  * Records use natural alignment, little endian, 64-bit pointers. Fields called reserved are set by the init functions and
  * read by nothing.
  *
- * Planes: wherever a plane of `rows` rows is read or written, its memory is (rows - 1) * pitch + row bytes long; the last
- * row is never assumed to be padded, and row padding is neither read nor written unless an operator says so. A record whose
- * plane pointers cover what it declares never makes the library touch anything outside. Negative sizes that pass the checks
- * describe an empty image: nothing is read, nothing is written.
+ * Memory: a plane of `rows` rows is (rows - 1) * pitch + row bytes long; the last row is never assumed to be padded, and row
+ * padding is neither read nor written unless an operator says so. For any record whose pointers, where they are not null, point
+ * to what the record declares, a call touches nothing outside, returns a status, and gives the same bytes on every processor
+ * (but for a NaN's sign and payload where several NaN meet); what it leaves unwritten stays. Negative sizes that pass the
+ * checks describe an empty image: nothing is read, nothing is written. Float planes and histograms begin at multiples of 4
+ * bytes.
  */
 #ifndef TAMIX_TAMIX_H_
 #define TAMIX_TAMIX_H_
@@ -72,7 +74,25 @@ TAMIX_ENUM(TamixDataFormat){
 /* Device of a runtime. */
 TAMIX_ENUM(TamixDeviceType){Tamix_ARM_CPU = 0};
 
-/* Operators, as registTamixOperator and runTamix take them. */
+/*
+ * Operators, as registTamixOperator and runTamix take them.
+ *
+ * Packed rows: the affine warp, concatenation, fusion, the float mean filter, matrices, points, and the mask of
+ * TAMIX_OP_BITWISE_NOT (input 1's plane) have rows one behind the other, whatever their strides say.
+ * In place (output plane = input plane): arithmetic and bitwise operators of equal element sizes, conversions to and from HSV,
+ * Lab and gray and from 4 channels to 3, flip, rotation by 180 degrees, filters, morphology, threshold, and point operations.
+ * Element types: operators give the input's type and convert where the output declares the other one; those without a float
+ * kernel refuse float inputs. DataTypeConvert reads the input with the output's pitch.
+ *
+ * Refused with TAMIX_ERR_UNSUPPORTED: frames (I420, NV12, NV21) of more than one channel where pixels are packed (with
+ * `channel` 1 they are their luma plane); I420 frames of which only one brings data[2]; outputs that declare fewer rows or
+ * channels than the operator writes; unequal channel counts of arithmetic; bitwise masks (input 2) laid out unlike input 1;
+ * threshold rules 5 to 7; a mean filter on images smaller than its window; a perspective warp by a matrix without inverse. A
+ * perspective warp of a channel count that its interpolation does not serve (bilinear and bicubic: 1 and 3; nearest with a
+ * constant border: 1, 3 and 4) logs an error, leaves the output alone and returns TAMIX_OK; a null border value stands for
+ * zeros there. Refused with TAMIX_ERR_ILLEGAL_RECT: a fusion whose joined image does not fit the output, or whose band either
+ * image. The joined size is written to the output's width and height.
+ */
 TAMIX_ENUM(TamixOperatorType){
     TAMIX_OP_DATA_TYPE_CONVERT = 0,
     TAMIX_OP_COUNT_NON_ZERO = 1,
@@ -155,8 +175,12 @@ TAMIX_ENUM(TamixThresholdType){TAMIX_THRESH_BINARY = 0,     /* s > t ? m : 0 */
  * One image. An element is 1 byte (Tamix_UINT8) or 4 bytes (Tamix_FLOAT32). A packed image lives in data[0]: row y starts at
  * element y * width_stride * channel and holds width * channel elements. NV12 and NV21: data[0] is the luma plane, data[1]
  * the chroma plane of height / 2 rows of width / 2 two-byte pairs, both with a pitch of width_stride bytes; width and height
- * are even. I420: data[0], data[1], data[2] are the planes Y, U, V; the chroma pitch is width_stride / 2 bytes.
- * A run fills in width_stride, height_stride and channel where they are 0.
+ * are even. I420: data[0], data[1], data[2] are the planes Y, U, V; the chroma planes have (height + 1) / 2 rows of
+ * (width + 1) / 2 bytes with a pitch of width_stride / 2 bytes. Where data[2] is null, resizes, the affine warp and conversions
+ * of the element type take data[1] as a plane of pairs like NV12's. Other formats are packed images of `channel` channels;
+ * those of 19, 20 and 4352 to 8192 may bring a plane of pairs in data[1]. Conversions of colours take pixels of as many bytes
+ * as their formats have channels (Lab: 3), whatever `channel` says. A run fills in width_stride, height_stride and channel
+ * where they are 0.
  */
 typedef struct TamixImage {
   int32_t format; /* TamixDataFormat */
@@ -165,7 +189,7 @@ typedef struct TamixImage {
   int32_t width;         /* pixels in a row */
   int32_t width_stride;  /* pixels from a row to the next; 0: the same as width */
   int32_t height;        /* rows */
-  int32_t height_stride; /* allocated rows; 0: the same as height */
+  int32_t height_stride; /* allocated rows, at least height; 0: the same as height */
   int32_t channel;       /* interleaved channels of a pixel; 0: as the format says */
   void* data[3];         /* planes */
   uint8_t reserved_1[8];
@@ -223,7 +247,7 @@ typedef struct TamixParams {
   uint64_t reserved_14[2];
   int32_t reserved_15[2];
   int32_t hist_dims;        /* 0. Dimensions of the histogram, 0 to 4 */
-  int32_t hist_size[4];     /* 0. Bins of each dimension */
+  int32_t hist_size[4];     /* 0. Bins of each dimension. data[0] holds their product as 32-bit counts (or floats) */
   int32_t hist_channels[4]; /* 0, 1, 2, 3. Channel of each dimension */
   int32_t hrange_max[4];    /* 255. Upper end of each dimension's range */
   int32_t hrange_min[4];    /* 0. Lower end of each dimension's range */

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <limits>
 #include <random>
 #include <sstream>
@@ -307,7 +309,8 @@ void HostileRecord::imagine() {
       p.affine_scale = choose_.oneOf({1.0, 2.0, 0.0});
       break;
     case TAMIX_OP_SPLIT:
-      in = image(choose_.oneOf({rgb, rgb, rgba}), type(), width_, height_);
+      in = image(choose_.oneOf({rgb, rgb, rgba}), kU8, width_, height_);
+      in.type = type();
       for (TamixImage& plane : p.output) {
         plane = image(Tamix_GRAY, in.type, in.width, in.height);
         plane.width_stride = in.width_stride;
@@ -334,7 +337,8 @@ void HostileRecord::imagine() {
     case TAMIX_OP_THRESHOLD:
       describePair(choose_.oneOf<int32_t>({Tamix_GRAY, any}), Tamix_GRAY);
       out.format = in.format;
-      p.thresh_type = choose_.oneOf({0, 1, 2, 3, 4}) | choose_.oneOf({0, 0, 8, 16});
+      p.thresh_type = choose_.oneOf({0, 1, 2, 3, 4});
+      p.thresh_type |= choose_.oneOf({0, 0, 8, 16});
       p.maxval = choose_.oneOf({255.0, 100.5, -1.0});
       break;
     case TAMIX_OP_CONCAT: {
@@ -590,6 +594,7 @@ std::string HostileRecord::describe() const {
 }
 
 Outcome run(HostileRecord& record) {
+  if (std::getenv("TAMIX_TEST_SHOW") != nullptr) std::cerr << record.describe() << '\n';
   LogCapture log(4);
   TamixConfig config;
   initTamixConfig(&config);

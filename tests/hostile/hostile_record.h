@@ -100,7 +100,7 @@ struct Outcome {
   std::vector<std::string> errors;
 };
 
-// Runs a record on an instance of its own.
+// Runs a record on an instance of its own. Shows it first where the environment has TAMIX_TEST_SHOW.
 Outcome run(HostileRecord& record);
 
 // A recipe of a deterministic series.

@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <iostream>
 
 #include "tests/hostile/hostile_record.h"
 
@@ -37,7 +35,6 @@ TEST_P(HostileRecords, GiveAStatusAndBytesOfTheirInputsOnly) {
     HostileRecord first(GetParam(), bytes, manners);
     HostileRecord second(GetParam(), bytes, manners);
     SCOPED_TRACE(first.describe());
-    if (std::getenv("TAMIX_TEST_SHOW") != nullptr) std::cerr << number << ' ' << first.describe() << '\n';
     first.prefill(1);
     second.prefill(2);
     const Outcome outcome = run(first);

@@ -32,7 +32,7 @@ class ColorToYUVCPU final : public Operator {
 bool holdsFrameOf(const TamixImage& dst, const TamixImage& src) {
   const int32_t pairs = src.height / 2;
   const int32_t chroma_width = src.width < INT32_MAX ? src.width + src.width % 2 : src.width;
-  return holdsRows(dst, 2 * pairs, src.width) && holdsRows(dst, pairs, chroma_width, 2);
+  return holdsRows(dst, 2 * pairs, src.width) && holdsPairs(dst, pairs, chroma_width);
 }
 
 ColorToYUVCPU::Kernel ColorToYUVCPU::kernelOf(int32_t src_format, int32_t dst_format) const {

@@ -28,11 +28,18 @@ constexpr bool isOneOf(int32_t value, Values... values) {
   return ((value == values) || ...);
 }
 
-// True when the plane that dst declares (one of its planes of rows / `divisor` rows) holds that many rows.
-inline bool holdsRows(const TamixImage& dst, int32_t height, int32_t width, int32_t divisor = 1) {
+// True when the plane that dst declares holds that many rows.
+inline bool holdsRows(const TamixImage& dst, int32_t height, int32_t width) {
   if (dst.width_stride < 0) return false;
-  const int32_t rows = std::max(dst.height, dst.height_stride) / divisor;
+  const int32_t rows = std::max(dst.height, dst.height_stride);
   return planeElements(height, width, dst.width_stride) <= planeElements(rows, dst.width, dst.width_stride);
+}
+
+// The same for the plane of chroma pairs.
+inline bool holdsPairs(const TamixImage& dst, int32_t height, int32_t width) {
+  if (dst.width_stride < 0) return false;
+  const int32_t rows = std::max(dst.height, dst.height_stride) / 2;
+  return planeElements(height, width, dst.width_stride) <= planeElements(rows, dst.width / 2 * 2, dst.width_stride);
 }
 
 // Kernels that take the size of src write its rows.

@@ -20,4 +20,14 @@ HWY_INLINE V withArmNaN(D d, V result, [[maybe_unused]] V a, [[maybe_unused]] V 
 #endif
 }
 
+// `result` of many operations, where every NaN becomes the positive quiet NaN on processors that make negative ones.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V withPositiveNaN([[maybe_unused]] D d, V result) {
+#if HWY_TARGET == HWY_NEON
+  return result;
+#else
+  return hn::IfThenElse(hn::IsNaN(result), hn::Set(d, std::numeric_limits<hn::TFromD<D>>::quiet_NaN()), result);
+#endif
+}
+
 }  // namespace tamix

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "inference/utils/tamix_log.h"
@@ -65,7 +66,9 @@ int32_t getPerspectiveTransformCPUFLOAT32(const float* src_data_x, const float* 
     b[i + 4] = v;
   }
   solve(a, b);
-  std::copy(b, b + kUnknowns, data_out);
+  // Processors differ in the NaN that they make of an invalid operation.
+  std::transform(b, b + kUnknowns, data_out,
+                 [](float m) { return std::isnan(m) ? std::numeric_limits<float>::quiet_NaN() : m; });
   data_out[kUnknowns] = 1.0f;
   return TAMIX_OK;
 }

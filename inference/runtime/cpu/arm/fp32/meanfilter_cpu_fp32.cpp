@@ -4,6 +4,7 @@
 #include <array>
 
 #include "inference/runtime/cpu/arm/common/border.h"
+#include "inference/runtime/cpu/arm/common/float_nan.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/window_sums.h"
 #include "inference/utils/tamix_log.h"
@@ -24,7 +25,8 @@ template <size_t kSize, size_t kRows, class D>
 HWY_INLINE void meansAt(D d, const Windows<kSize, kRows>& rows, const std::array<float*, kRows>& out, size_t x) {
   hn::Vec<D> sum[kRows];
   windowSums<kSize, 1>(d, rows.data(), x, sum);
-  for (size_t r = 0; r < kRows; ++r) hn::StoreU(hn::Div(sum[r], hn::Set(d, static_cast<float>(kSize * kSize))), d, out[r] + x);
+  const auto terms = hn::Set(d, static_cast<float>(kSize * kSize));
+  for (size_t r = 0; r < kRows; ++r) hn::StoreU(withPositiveNaN(d, hn::Div(sum[r], terms)), d, out[r] + x);
 }
 
 // The first n windows of kRows rows.
@@ -68,7 +70,8 @@ float mirroredMean3x3(Plane<const float> src, int32_t y, int32_t x, int32_t heig
     const float* const row = src.row(borderIndex(r, height, TAMIX_BORDER_REFLECT_101));
     for (int32_t c = x - 1; c <= x + 1; ++c) sum += row[borderIndex(c, width, TAMIX_BORDER_REFLECT_101)];
   }
-  return sum / 9.0f;
+  const hn::CappedTag<float, 1> one;
+  return hn::GetLane(withPositiveNaN(one, hn::Set(one, sum / 9.0f)));
 }
 
 void filter3x3(Plane<const float> src, Plane<float> dst, int32_t height, int32_t width) {

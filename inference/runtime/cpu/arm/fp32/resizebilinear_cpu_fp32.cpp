@@ -2,6 +2,7 @@
 
 #include "inference/runtime/cpu/arm/common/bilinear_axis.h"
 #include "inference/runtime/cpu/arm/common/float_columns.h"
+#include "inference/runtime/cpu/arm/common/float_nan.h"
 #include "inference/utils/tamix_log.h"
 #include "tamix/tamix.h"
 
@@ -11,7 +12,8 @@ namespace {
 void blendRows(const float* HWY_RESTRICT h0, const float* HWY_RESTRICT h1, float wy, size_t n, float* HWY_RESTRICT out) {
   writeRow(out, n, [&](auto d, size_t i) HWY_ATTR {
     const auto a = hn::Load(d, h0 + i);
-    return hn::Add(a, hn::Mul(hn::Set(d, wy), hn::Sub(hn::Load(d, h1 + i), a)));
+    const auto b = hn::Load(d, h1 + i);
+    return withPositiveNaN(d, hn::Add(a, hn::Mul(hn::Set(d, wy), hn::Sub(b, a))));
   });
 }
 
