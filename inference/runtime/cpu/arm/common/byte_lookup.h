@@ -17,7 +17,7 @@ class ByteWindow {
   HWY_INLINE ByteWindow(D d, const uint8_t* HWY_RESTRICT bytes) : d_(d) {
 #if HWY_TARGET == HWY_NEON
     for (size_t b = 0; b < kBlocks; ++b) blocks_[b] = vld1q_u8(bytes + 16 * b);
-#elif HWY_TARGET == HWY_AVX3_DL
+#elif TAMIX_BYTE_PERMUTATIONS
     if constexpr (kWhole) {
       for (size_t k = 0; k < kVectors; ++k) {
         const size_t loaded = kBlocks * 16 - k * kLanes;
@@ -37,7 +37,7 @@ class ByteWindow {
 #if HWY_TARGET == HWY_NEON
     return hn::Vec<D>(neonLookup(index.raw));
 #else
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
     if constexpr (kWhole) return permute(index);
 #endif
     return lookupBlocks(index);
@@ -46,7 +46,7 @@ class ByteWindow {
 
   // Indices with the top bit give 0; the others must be below 16 * kBlocks.
   HWY_INLINE hn::Vec<D> lookupOr0(hn::Vec<D> index) const {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
     if constexpr (kWhole && kLanes == 64) {
       const __mmask64 inside = ~_mm512_movepi8_mask(index.raw);
       if constexpr (kVectors == 1) return hn::Vec<D>{_mm512_maskz_permutexvar_epi8(inside, index.raw, vectors_[0].raw)};
@@ -76,7 +76,7 @@ class ByteWindow {
   }
   uint8x16_t blocks_[kBlocks];
 #else
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   static constexpr bool kWhole = kLanes >= 32 && kBlocks * 16 <= 2 * kLanes;
   static constexpr size_t kVectors = (kBlocks * 16 + kLanes - 1) / kLanes;
   HWY_INLINE hn::Vec<D> permute(hn::Vec<D> index) const {

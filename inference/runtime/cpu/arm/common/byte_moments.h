@@ -23,7 +23,7 @@ class ByteMoments {
     squares_.raw = vreinterpretq_s32_u32(vpadalq_u16(vreinterpretq_u32_s32(squares_.raw), low));
     more_squares_.raw = vreinterpretq_s32_u32(vpadalq_u16(vreinterpretq_u32_s32(more_squares_.raw), high));
 #else
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
     if constexpr (hn::MaxLanes(D()) == 64) {
       // The second factor is signed: v * (v - 128), which lacks 128 * v.
       const __m512i centred = _mm512_xor_si512(v.raw, _mm512_set1_epi8(-128));
@@ -48,7 +48,7 @@ class ByteMoments {
     alignas(64) int32_t squares[hn::MaxLanes(D32())];
     hn::Store(sums_, d32_, sums);
     hn::Store(hn::Add(squares_, more_squares_), d32_, squares);
-    constexpr int64_t kLacking = HWY_TARGET == HWY_AVX3_DL && hn::MaxLanes(D()) == 64 ? 128 : 0;
+    constexpr int64_t kLacking = TAMIX_BYTE_PERMUTATIONS && hn::MaxLanes(D()) == 64 ? 128 : 0;
     for (size_t i = 0; i < hn::Lanes(d32_); ++i) {
       f(i, static_cast<uint64_t>(sums[i]), static_cast<uint64_t>(squares[i] + kLacking * sums[i]));
     }

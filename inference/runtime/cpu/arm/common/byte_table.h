@@ -6,7 +6,7 @@
 
 namespace tamix {
 
-#if HWY_TARGET == HWY_NEON || (HWY_TARGET == HWY_AVX3_DL && defined(__AVX512VBMI__))
+#if HWY_TARGET == HWY_NEON || TAMIX_BYTE_PERMUTATIONS
 constexpr bool kHasByteTable = true;
 #else
 constexpr bool kHasByteTable = false;
@@ -43,7 +43,7 @@ class ByteTable {
   }
 
   uint8x16x4_t quarters_[4];
-#elif HWY_TARGET == HWY_AVX3_DL && defined(__AVX512VBMI__)
+#elif TAMIX_BYTE_PERMUTATIONS
   // Reads 256 bytes.
   HWY_INLINE explicit ByteTable(const uint8_t* bytes) {
     for (size_t k = 0; k < 4; ++k) quarters_[k] = _mm512_loadu_si512(bytes + 64 * k);

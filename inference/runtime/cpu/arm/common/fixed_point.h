@@ -149,7 +149,7 @@ HWY_INLINE V narrowedInOrder(D d, V v) {
 // (v + 128) >> 8 of consecutive vectors of unsigned 16-bit lanes, none above 65407. D is a tag of uint8_t.
 template <class D, class V16>
 HWY_INLINE hn::Vec<D> roundedHighBytes(D d, V16 first, V16 second) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(hn::Vec<D>) == 64) {
     const hn::Repartition<uint16_t, D> d16;
     const auto half = hn::Set(d16, 128);

@@ -14,7 +14,7 @@ namespace tamix {
 using LaneOf = unsigned (*)(unsigned i);
 constexpr unsigned inOrder(unsigned i) { return i; }
 
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
 // 64 pixels of three bytes lie in three registers x0, x1, x2. A permute of each register moves its bytes to lanes such that a
 // channel is a blend of the three, up to a last permute of its own: cheaper than permutes of two registers. Stores go the
 // other way.
@@ -85,7 +85,7 @@ HWY_INLINE __m512i blend(uint64_t lanes, __m512i v, __m512i there) { return _mm5
 // a[i], b[i], c[i] = from[3i], from[3i + 1], from[3i + 2] for every lane i. Vectors of 16 bytes or more.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void loadInterleaved3(D d, const hn::TFromD<D>* HWY_RESTRICT from, V& a, V& b, V& c) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(V) == 64 && sizeof(hn::TFromD<D>) == 1) {
     using namespace interleave3;
     const __m512i x0 = permute(_mm512_loadu_si512(from), kBytesToLanes[0]);
@@ -111,7 +111,7 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
     }
     return true;
   }();
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(V) == 64) {
     using namespace interleave3;
     const __m512i c0 = kSorted ? a.raw : permute(a.raw, kPixelsToLanes<kLaneOf>[0]);
@@ -140,7 +140,7 @@ HWY_INLINE void storeInterleaved3(D d, V a, V b, V c, uint8_t* HWY_RESTRICT to) 
   hn::StoreInterleaved3(a, b, c, d, to);
 }
 
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
 namespace interleave4 {
 
 using Index = std::array<uint8_t, 64>;
@@ -203,7 +203,7 @@ HWY_INLINE void loadSpread(const uint8_t* from, __m512i (&parts)[4]) {
 // a[i], b[i], c[i], e[i] = from[4i] ... from[4i + 3] for every lane i. D is a tag of uint8_t.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void loadInterleaved4(D d, const uint8_t* HWY_RESTRICT from, V& a, V& b, V& c, V& e) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(V) == 64) {
     const auto pairs = [&](size_t pair, size_t half) {
       const __m512i index = _mm512_load_si512(interleave4::kTakePairs4[pair].data());
@@ -223,7 +223,7 @@ HWY_INLINE void loadInterleaved4(D d, const uint8_t* HWY_RESTRICT from, V& a, V&
 // Lanes(d) pixels of three bytes to four, the fourth zero.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void appendZeroChannel(D d, const uint8_t* src, uint8_t* dst) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(V) == 64) {
     __m512i parts[4];
     interleave4::loadSpread(src, parts);
@@ -240,7 +240,7 @@ HWY_INLINE void appendZeroChannel(D d, const uint8_t* src, uint8_t* dst) {
 // Lanes(d) pixels of four bytes to their first three, kSwapEnds: in reverse order. dst may be src.
 template <bool kSwapEnds, class D, class V = hn::Vec<D>>
 HWY_INLINE void dropFourthChannel(D d, const uint8_t* src, uint8_t* dst) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (sizeof(V) == 64) {
     const auto& drop = kSwapEnds ? interleave4::kDropChannelSwapped : interleave4::kDropChannel;
     V pixels = hn::LoadU(d, src);

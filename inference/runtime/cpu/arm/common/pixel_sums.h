@@ -4,6 +4,7 @@
 #include <array>
 
 #include "inference/runtime/cpu/arm/common/interleave.h"
+#include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/runtime/cpu/arm/common/unrolled.h"
 
 namespace tamix {
@@ -15,7 +16,7 @@ struct PixelWeights {
   int32_t third;
 };
 
-#if HWY_TARGET == HWY_AVX3_DL && defined(__AVX512VNNI__)
+#if TAMIX_BYTE_PERMUTATIONS
 
 // Vectors of 64 bytes.
 template <class D>

@@ -7,6 +7,15 @@
 #include <cstdint>
 #include <cstring>
 
+// 1 where vectors of 64 bytes permute their bytes freely and add up products of bytes. Highway's own target for that asks for
+// AVX-VNNI as well, which many such processors lack.
+#if (HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL) && defined(__AVX512VBMI__) && defined(__AVX512VBMI2__) && \
+    defined(__AVX512VNNI__)
+#define TAMIX_BYTE_PERMUTATIONS 1
+#else
+#define TAMIX_BYTE_PERMUTATIONS 0
+#endif
+
 namespace tamix {
 
 namespace hn = hwy::HWY_NAMESPACE;

@@ -49,7 +49,7 @@ HWY_INLINE void transposeBlocks(D d, V (&v)[n]) {
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V dropEveryFourth(D d, V v) {
   constexpr size_t kLanes = hn::MaxLanes(D());
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if constexpr (kLanes == 64) {
     alignas(64) static constexpr auto kIndex = [] {
       std::array<uint8_t, 64> index{};

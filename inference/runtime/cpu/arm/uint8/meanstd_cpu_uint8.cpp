@@ -81,7 +81,7 @@ class Summer {
   // Vectors whose 128-bit blocks hold four pixels, channel by channel: r r r r g g g g b b b b (a a a a). They are added to
   // four sets in turn, so that no addition waits for the one before it.
   static constexpr bool kThirds = kChannels == 3;
-  static constexpr bool kWindow = kThirds && HWY_TARGET == HWY_AVX3_DL;  // 48 bytes in one lookup
+  static constexpr bool kWindow = kThirds && TAMIX_BYTE_PERMUTATIONS;  // 48 bytes in one lookup
   using D = hn::CappedTag<uint8_t, kThirds && !kWindow ? 16 : 64>;
   using Vectors = ByteMoments<D>;
   static constexpr size_t kSets = 4;

@@ -9,6 +9,7 @@
 
 #include "inference/runtime/cpu/arm/common/byte_lookup.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
+#include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/runtime/cpu/arm/common/yuv_to_rgb.h"
 #include "inference/utils/tamix_log.h"
 #include "tamix/kernels.h"
@@ -254,7 +255,7 @@ bool resize(const Frame& src, const Picture& dst) {
   const Axis columns(src.width, dst.width);
   const auto fits = [&](size_t lanes, size_t window) { return fitsWindows(columns, src, dst.width, lanes, window); };
   using Small = hn::CappedTag<uint8_t, 16>;
-#if HWY_TARGET == HWY_AVX3_DL
+#if TAMIX_BYTE_PERMUTATIONS
   if (fits(64, 128)) return resizeInBlocks<kRedFirst, hn::CappedTag<uint8_t, 64>, 128>(src, dst, columns);
   if (fits(32, 128)) return resizeInBlocks<kRedFirst, hn::CappedTag<uint8_t, 32>, 128>(src, dst, columns);
 #else
