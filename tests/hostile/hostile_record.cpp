@@ -515,7 +515,9 @@ void HostileRecord::allocate() {
     for (int32_t i = 0; i < 4; ++i) {
       TamixImage& in = p.input[i];
       TamixImage& out = p.output[i];
-      const size_t in_size = planeBytes(operator_type_, true, in, k);
+      size_t in_size = planeBytes(operator_type_, true, in, k);
+      // A matrix has nine elements whatever its stride.
+      if (operator_type_ == TAMIX_OP_WARP_PERSPECTIVE && i == 1 && k == 0) in_size = std::max(in_size, 9 * sizeof(float));
       size_t out_size = planeBytes(operator_type_, false, out, k);
       // The histogram has its own size.
       if (operator_type_ == TAMIX_OP_CALC_HIST && i == 0 && k == 0)

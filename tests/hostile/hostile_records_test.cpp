@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "tests/hostile/hostile_record.h"
+#include "tests/support/allocation.h"
 
 namespace tamix::test {
 namespace {
@@ -58,6 +59,37 @@ TEST_P(HostileRecords, GiveAStatusAndBytesOfTheirInputsOnly) {
     }
   }
   EXPECT_GT(served, kRecords / 50);
+}
+
+// Without memory a run says so, or manages without and gives the same bytes.
+TEST_P(HostileRecords, SurviveEveryFailedAllocation) {
+  for (uint32_t number = 0; number < 24; number += 4) {
+    SCOPED_TRACE("record " + std::to_string(number));
+    const std::vector<uint8_t> bytes = recipe(GetParam(), number);
+    HostileRecord record(GetParam(), bytes, Manners::kPlausible);
+    SCOPED_TRACE(record.describe());
+    record.prefill(1);
+    const Outcome outcome = run(record);
+    bool has_struck = true;
+    for (int64_t n = 0; has_struck; ++n) {
+      HostileRecord starved(GetParam(), bytes, Manners::kPlausible);
+      starved.prefill(1);
+      const FailingMemalign failing(n);
+      const Outcome after = run(starved);
+      has_struck = failing.struck();
+      if (after.status != outcome.status) {
+        // An operator without its tables is not registered; opening and closing report a failed step.
+        const int32_t expected = GetParam() == TAMIX_OP_MORPHOLOGY_EX ? TAMIX_ERR_UNSUPPORTED : TAMIX_ERR_NO_MEMORY;
+        ASSERT_TRUE(after.status == expected || after.status == TAMIX_ERR_NO_MEMORY || after.status == TAMIX_ERR_INVALID_CALL)
+            << after.status;
+        ASSERT_FALSE(after.errors.empty());
+        continue;
+      }
+      for (size_t k = 0; k < record.outputs().size(); ++k) {
+        ASSERT_TRUE(std::ranges::equal(record.outputs()[k], starved.outputs()[k])) << "allocation " << n << ", output " << k;
+      }
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryOperator, HostileRecords, testing::ValuesIn(kOperators),
