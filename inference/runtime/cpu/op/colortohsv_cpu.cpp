@@ -35,9 +35,11 @@ class ColorToHSVCPU final : public Operator {
 int32_t ColorToHSVCPU::colorToHSVCPUUINT8(const TamixImage& src, const TamixImage& dst) const {
   TAMIX_REQUIRE(isOneOf(src.format, Tamix_RGBA, Tamix_BGRA), TAMIX_ERR_UNSUPPORTED, "Recieve unsupported format: %d",
                 src.format);
-  TAMIX_REQUIRE_PACKED(dst);
   // Other strides are refused by the kernel.
-  if (src.width_stride == src.width && dst.width_stride == src.width) TAMIX_REQUIRE_ROOM(src, dst);
+  if (src.width_stride == src.width && dst.width_stride == src.width) {
+    TAMIX_REQUIRE_PACKED(dst);
+    TAMIX_REQUIRE_ROOM(src, dst);
+  }
   const auto kernel = src.format == Tamix_RGBA ? rgba_to_hsv_ : bgra_to_hsv_;
   return kernel(data<const uint8_t>(src), data<uint8_t>(dst), src.width, src.height, src.width_stride, dst.width_stride,
                 saturation_.data(), hue_.data(), threadNumber());
