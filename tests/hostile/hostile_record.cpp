@@ -519,6 +519,12 @@ void HostileRecord::allocate() {
       // A matrix has nine elements whatever its stride.
       if (operator_type_ == TAMIX_OP_WARP_PERSPECTIVE && i == 1 && k == 0) in_size = std::max(in_size, 9 * sizeof(float));
       size_t out_size = planeBytes(operator_type_, false, out, k);
+      // A resize from luma and chroma to colours makes pixels of three bytes.
+      if (operator_type_ == TAMIX_OP_RESIZE_BILINEAR && k == 0 && isPaired(in.format) && channelsOf(out.format) == 3) {
+        TamixImage colours = out;
+        colours.channel = std::max(out.channel, 3);
+        out_size = planeBytes(operator_type_, false, colours, k);
+      }
       // The histogram has its own size.
       if (operator_type_ == TAMIX_OP_CALC_HIST && i == 0 && k == 0)
         out_size = std::max((out_size + 3) / 4 * 4, bins * sizeof(uint32_t));

@@ -17,14 +17,16 @@ int32_t resizePlanes(const TamixImage& src, const TamixImage& dst, Kernel resize
                   data<uint8_t>(dst, k), dst.height / divisor, dst.width / divisor, dst.width_stride / divisor, channels,
                   num_threads);
   };
+  // A null plane is refused by the kernel.
+  const int32_t channel = dst.channel == 0 ? channelsOfFormat(dst.format) : dst.channel;
   if (!isTwoPlane(src.format)) {
-    // A null plane is refused by the kernel.
-    const int32_t channel = dst.channel == 0 ? channelsOfFormat(dst.format) : dst.channel;
     const bool fits = !isTwoPlane(dst.format) && channel >= src.channel;
     TAMIX_REQUIRE(fits || dst.data[0] == nullptr, TAMIX_ERR_UNSUPPORTED, "Recieve unsupported input and output channel: %d, %d",
                   src.channel, channel);
     return plane(resize, 0, 1, src.channel);
   }
+  TAMIX_REQUIRE(isTwoPlane(dst.format) || channel >= 1 || dst.data[0] == nullptr, TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output channel: %d, %d", src.channel, channel);
   TAMIX_REQUIRE(hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   TAMIX_TRY(plane(resize, 0, 1, 1));
