@@ -164,6 +164,12 @@ TEST_F(ResizeOperators, RefuseInTheirOrder) {
        errorLine(area, "forward", "Recieve unsupported data type: 2")},
       {"area: packed to two planes", TAMIX_OP_RESIZE_AREA, [](TamixImage&, TamixImage& dst) { dst.format = 19; },
        errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: 3, 3")},
+      {"area: planes to pixels without channels", TAMIX_OP_RESIZE_AREA,
+       [](TamixImage& src, TamixImage& dst) {
+         src.format = 19;
+         src.channel = dst.channel = -2;
+       },
+       errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: -2, -2")},
       {"nearest: channels before formats", TAMIX_OP_RESIZE_NEAREST,
        [](TamixImage&, TamixImage& dst) {
          dst.format = Tamix_GRAY;
