@@ -22,12 +22,7 @@ struct Record {
 
   Record() { initTamixParams(&params); }
   static TamixImage image(void* data, int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel) {
-    TamixImage made{};
-    made.format = format;
-    made.type = type;
-    made.width = width;
-    made.height = height;
-    made.channel = channel;
+    TamixImage made = imageRecord(format, type, width, height, channel);
     made.data[0] = data;
     return made;
   }

@@ -100,10 +100,10 @@ int32_t Operator::forwardCV(TamixParams* params) {
   }
 
   // Some operators use slots without a type, which are neither checked nor completed above.
-  for (const TamixImage& image : {src, dst}) {
-    TAMIX_REQUIRE(image.type != 0 || image.data[0] == nullptr || image.width_stride >= 0, TAMIX_ERR_INVALID_IMAGE,
-                  "size error! src_width: %d, src_width_stride: %d, src_height: %d, src_height_stride: %d \n", image.width,
-                  image.width_stride, image.height, image.height_stride);
+  for (const TamixImage* image : {&src, &dst}) {
+    TAMIX_REQUIRE(image->type != 0 || image->data[0] == nullptr || image->width_stride >= 0, TAMIX_ERR_INVALID_IMAGE,
+                  "size error! src_width: %d, src_width_stride: %d, src_height: %d, src_height_stride: %d \n", image->width,
+                  image->width_stride, image->height, image->height_stride);
   }
 
   const ScratchRun run(intermediate_buffer_, params);

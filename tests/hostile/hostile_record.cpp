@@ -1,7 +1,6 @@
 #include "tests/hostile/hostile_record.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -9,6 +8,7 @@
 #include <random>
 #include <sstream>
 
+#include "tests/support/image.h"
 #include "tests/support/log_capture.h"
 
 namespace tamix::test {
@@ -111,7 +111,7 @@ uint32_t Choices::below(uint32_t n) {
 }
 
 HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners)
-    : operator_type_(operator_type), choose_(recipe), manners_(manners) {
+    : operator_type_(operator_type), choose_(recipe) {
   initTamixParams(&params_);
   noise_ = choose_.below(0xffffffff);
   thread_number_ = choose_.oneOf({2, 1, 3, 4, 8, 0});
@@ -119,17 +119,12 @@ HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> rec
   height_ = choose_.between(1, choose_.oneIn(8) ? 40 : 9);
   imagine();
   settle();
-  if (manners_ == Manners::kHostile) spoil();
+  if (manners == Manners::kHostile) spoil();
   allocate();
 }
 
 TamixImage HostileRecord::image(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel) {
-  TamixImage made{};
-  made.format = format;
-  made.type = type;
-  made.width = width;
-  made.height = height;
-  made.channel = channel;
+  TamixImage made = imageRecord(format, type, width, height, channel);
   if (isPaired(format) || (format == Tamix_I420 && !choose_.oneIn(4))) {
     made.width = (width + 1) / 2 * 2;
     made.height = (height + 1) / 2 * 2;

@@ -60,7 +60,7 @@ class HostileRecord {
   // What the pattern of a seed has at a byte of an output.
   static uint8_t patternAt(uint32_t seed, size_t i);
   // Outputs, plane by plane, and what settings point to.
-  std::vector<std::span<uint8_t>> outputs() const { return outputs_; }
+  const std::vector<std::span<uint8_t>>& outputs() const { return outputs_; }
   // True where an output lies in an input's memory.
   bool sharesPlanes() const { return shares_planes_; }
   // The images and the settings that differ from their defaults.
@@ -75,14 +75,12 @@ class HostileRecord {
   int32_t anything();
   void allocate();
   void* inputPlane(size_t size, bool floats);
-  void* outputPlane(size_t size, bool shared_allowed);
   void* setting(size_t size);
   GuardedBytes& plane(size_t size);
   void addNoise(std::span<uint8_t> bytes, bool floats);
 
   int32_t operator_type_;
   Choices choose_;
-  Manners manners_;
   int32_t thread_number_;
   uint32_t noise_;
   int32_t width_ = 0;

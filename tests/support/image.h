@@ -47,6 +47,17 @@ inline std::vector<Shape> shapesAround(int32_t block, const std::vector<int32_t>
   return shapes;
 }
 
+// An image record without planes and strides.
+inline TamixImage imageRecord(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel) {
+  TamixImage image{};
+  image.format = format;
+  image.type = type;
+  image.width = width;
+  image.height = height;
+  image.channel = channel;
+  return image;
+}
+
 // A guarded plane of an image. Row padding belongs to it and is compared like everything else.
 template <class T>
 class Image {
@@ -77,14 +88,9 @@ class Image {
 
   // The image as a record describes it.
   TamixImage record(int32_t format, int32_t type) const {
-    TamixImage image{};
-    image.format = format;
-    image.type = type;
-    image.width = shape_.width;
+    TamixImage image = imageRecord(format, type, shape_.width, shape_.height, shape_.channel);
     image.width_stride = shape_.width_stride;
-    image.height = shape_.height;
     image.height_stride = shape_.height;
-    image.channel = shape_.channel;
     image.data[0] = data();
     return image;
   }
