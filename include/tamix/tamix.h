@@ -329,6 +329,41 @@ TAMIX_ASSERT_LAYOUT(sizeof(TamixConfig) == 144);
 TAMIX_ASSERT_LAYOUT(offsetof(TamixConfig, device_handle) == 40);
 TAMIX_ASSERT_LAYOUT(offsetof(TamixConfig, device_settings) == 48);
 
+/* The name of a status, such as "TAMIX_ERR_UNSUPPORTED"; "unknown status" for other values. In the header only: not exported.
+ */
+static inline const char* tamix_status_name(int32_t status) {
+  switch (status) {
+    case TAMIX_OK:
+      return "TAMIX_OK";
+    case TAMIX_ERR_BAD_ARGUMENT:
+      return "TAMIX_ERR_BAD_ARGUMENT";
+    case TAMIX_ERR_INVALID_CALL:
+      return "TAMIX_ERR_INVALID_CALL";
+    case TAMIX_ERR_UNSUPPORTED:
+      return "TAMIX_ERR_UNSUPPORTED";
+    case TAMIX_ERR_NO_MEMORY:
+      return "TAMIX_ERR_NO_MEMORY";
+    case TAMIX_ERR_ILLEGAL_RECT:
+      return "TAMIX_ERR_ILLEGAL_RECT";
+    case TAMIX_ERR_ILLEGAL_SHAPE:
+      return "TAMIX_ERR_ILLEGAL_SHAPE";
+    case TAMIX_ERR_INVALID_IMAGE:
+      return "TAMIX_ERR_INVALID_IMAGE";
+    case TAMIX_ERR_RUNTIME:
+      return "TAMIX_ERR_RUNTIME";
+    case TAMIX_ERR_INVALID_INSTANCE:
+      return "TAMIX_ERR_INVALID_INSTANCE";
+    case TAMIX_ERR_CREATE_OPERATOR:
+      return "TAMIX_ERR_CREATE_OPERATOR";
+    case TAMIX_ERR_INVALID_ARGUMENT:
+      return "TAMIX_ERR_INVALID_ARGUMENT";
+    case TAMIX_ERR_INVALID_HANDLE:
+      return "TAMIX_ERR_INVALID_HANDLE";
+    default:
+      return "unknown status";
+  }
+}
+
 #ifdef __cplusplus
 extern "C" {
 #endif

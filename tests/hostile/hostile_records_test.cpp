@@ -5,11 +5,12 @@
 
 #include "tests/hostile/hostile_record.h"
 #include "tests/support/allocation.h"
+#include "tests/support/count.h"
 
 namespace tamix::test {
 namespace {
 
-constexpr uint32_t kRecords = 200;
+const auto kRecords = static_cast<uint32_t>(countFromEnvironment("TAMIX_TEST_RECORDS", 200));
 
 bool isStatus(int32_t status) {
   const auto known = {0, -1, -2, -3, -4, -13, -14, -15, 100};

@@ -21,7 +21,7 @@ Instance makeInstance(int32_t num_threads) {
   TamixHandle handle = nullptr;
   const int32_t status = initTamix(&handle, &config);
   Instance instance(handle);
-  if (status != TAMIX_OK) throw std::runtime_error("initTamix failed: " + statusName(status));
+  if (status != TAMIX_OK) throw std::runtime_error(std::string("initTamix failed: ") + tamix_status_name(status));
   return instance;
 }
 
@@ -49,39 +49,6 @@ int32_t Job::run(int32_t operator_type) {
   for (size_t i = 0; i < inputs_.size(); ++i) params_.input[i] = inputs_[i].record();
   for (size_t i = 0; i < outputs_.size(); ++i) params_.output[i] = outputs_[i].record();
   return runTamix(instance.get(), operator_type, &params_);
-}
-
-std::string statusName(int32_t status) {
-  switch (status) {
-    case TAMIX_OK:
-      return "TAMIX_OK";
-    case TAMIX_ERR_BAD_ARGUMENT:
-      return "TAMIX_ERR_BAD_ARGUMENT";
-    case TAMIX_ERR_INVALID_CALL:
-      return "TAMIX_ERR_INVALID_CALL";
-    case TAMIX_ERR_UNSUPPORTED:
-      return "TAMIX_ERR_UNSUPPORTED";
-    case TAMIX_ERR_NO_MEMORY:
-      return "TAMIX_ERR_NO_MEMORY";
-    case TAMIX_ERR_ILLEGAL_RECT:
-      return "TAMIX_ERR_ILLEGAL_RECT";
-    case TAMIX_ERR_ILLEGAL_SHAPE:
-      return "TAMIX_ERR_ILLEGAL_SHAPE";
-    case TAMIX_ERR_INVALID_IMAGE:
-      return "TAMIX_ERR_INVALID_IMAGE";
-    case TAMIX_ERR_RUNTIME:
-      return "TAMIX_ERR_RUNTIME";
-    case TAMIX_ERR_INVALID_INSTANCE:
-      return "TAMIX_ERR_INVALID_INSTANCE";
-    case TAMIX_ERR_CREATE_OPERATOR:
-      return "TAMIX_ERR_CREATE_OPERATOR";
-    case TAMIX_ERR_INVALID_ARGUMENT:
-      return "TAMIX_ERR_INVALID_ARGUMENT";
-    case TAMIX_ERR_INVALID_HANDLE:
-      return "TAMIX_ERR_INVALID_HANDLE";
-    default:
-      return "status " + std::to_string(status);
-  }
 }
 
 }  // namespace tamix::tool

@@ -67,7 +67,4 @@ class Job {
   std::vector<Picture> outputs_;
 };
 
-// The name of a status, such as "TAMIX_ERR_UNSUPPORTED".
-std::string statusName(int32_t status);
-
 }  // namespace tamix::tool

@@ -115,7 +115,7 @@ std::vector<float> solvePerspective(const Job& job) {
   solve.params().input[1] = pointImage(planes.u.data(), planes.v.data());
   solve.addOutput(Tamix_GRAY, {3, 3}, Tamix_FLOAT32);
   const int32_t status = solve.run(TAMIX_OP_GET_PERSPECTIVE_TRANSFORM);
-  if (status != TAMIX_OK) throw std::runtime_error("the perspective solve failed: " + statusName(status));
+  if (status != TAMIX_OK) throw std::runtime_error(std::string("the perspective solve failed: ") + tamix_status_name(status));
   const float* const matrix = solve.outputs()[0].floats();
   return std::vector<float>(matrix, matrix + 9);
 }
@@ -211,7 +211,7 @@ void planMorphology(Job& job) {
   element.params().kernel_width = size.width;
   prepareElement(element);
   const int32_t status = element.run(TAMIX_OP_GET_STRUCTURING_ELEMENT);
-  if (status != TAMIX_OK) throw std::runtime_error("the structuring element failed: " + statusName(status));
+  if (status != TAMIX_OK) throw std::runtime_error(std::string("the structuring element failed: ") + tamix_status_name(status));
   job.element = element.outputs()[0].bytes();
   job.params().kernel = job.element.data();
 }
@@ -425,7 +425,7 @@ void runOperator(const OperatorEntry& entry, Job& job) {
   entry.plan(job);
   if (entry.type == TAMIX_OP_GET_PERSPECTIVE_TRANSFORM) return;  // the plan has solved it already
   const int32_t status = job.run(entry.type);
-  if (status != TAMIX_OK) throw std::runtime_error(std::string(entry.name) + " refused the call: " + statusName(status));
+  if (status != TAMIX_OK) throw std::runtime_error(std::string(entry.name) + " refused the call: " + tamix_status_name(status));
 }
 
 }  // namespace tamix::tool
