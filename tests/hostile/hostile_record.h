@@ -100,6 +100,8 @@ struct Outcome {
 
 // Runs a record on an instance of its own. Shows it first where the environment has TAMIX_TEST_SHOW.
 Outcome run(HostileRecord& record);
+// The same on several threads at once: returns the status, and captures no log lines.
+int32_t runOnAnyThread(HostileRecord& record);
 
 // A recipe of a deterministic series.
 std::vector<uint8_t> recipe(int32_t operator_type, uint32_t number);

@@ -1,7 +1,10 @@
-// Prints a digest of what a series of records gives, a line for each operator: builds for different processors, compilers and
-// vector widths must print the same. Usage: record_digest [RECORDS [OPERATOR]]; with an operator, a line for each record.
+// Prints digests of what a series of records gives, a line for each operator: builds for different processors, compilers and
+// vector widths must print the same. Two threads share the work. Usage: record_digest [RECORDS [OPERATOR]]; with an operator, a
+// line for each record.
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 
 #include "tests/hostile/hostile_record.h"
 
@@ -20,20 +23,37 @@ class Digest {
   uint64_t value_ = 0xcbf29ce484222325;
 };
 
-void printDigests(int32_t operator_type, uint32_t records, bool each) {
+void add(Digest& digest, int32_t operator_type, uint32_t number) {
+  const std::vector<uint8_t> bytes = recipe(operator_type, number);
+  HostileRecord record(operator_type, bytes, number % 2 == 0 ? Manners::kPlausible : Manners::kHostile);
+  if (record.sharesPlanes()) return;  // what overlapping planes give may depend on the vector width
+  record.prefill(number);
+  const int32_t status = runOnAnyThread(record);
+  digest.add(&status, sizeof(status));
+  for (const std::span<uint8_t> output : record.outputs()) digest.add(output.data(), output.size());
+}
+
+void printEach(int32_t operator_type, uint32_t records) {
   Digest digest;
   for (uint32_t number = 0; number < records; ++number) {
-    const std::vector<uint8_t> bytes = recipe(operator_type, number);
-    HostileRecord record(operator_type, bytes, number % 2 == 0 ? Manners::kPlausible : Manners::kHostile);
-    if (record.sharesPlanes()) continue;  // what overlapping planes give may depend on the vector width
-    record.prefill(number);
-    const Outcome outcome = run(record);
-    digest.add(&outcome.status, sizeof(outcome.status));
-    for (const std::span<uint8_t> output : record.outputs()) digest.add(output.data(), output.size());
-    if (each)
-      std::printf("operator %d record %u: %016llx\n", operator_type, number, static_cast<unsigned long long>(digest.value()));
+    add(digest, operator_type, number);
+    std::printf("operator %d record %u: %016llx\n", operator_type, number, static_cast<unsigned long long>(digest.value()));
   }
-  if (!each) std::printf("operator %d: %016llx\n", operator_type, static_cast<unsigned long long>(digest.value()));
+}
+
+// Two threads at once, each with instances of its own and every other pair of records.
+void printDigest(int32_t operator_type, uint32_t records) {
+  std::array<Digest, 2> digests;
+  const auto addShare = [&](uint32_t share) {
+    for (uint32_t number = 0; number < records; ++number) {
+      if (number / 2 % 2 == share) add(digests[share], operator_type, number);
+    }
+  };
+  std::thread other(addShare, 1);
+  addShare(0);
+  other.join();
+  std::printf("operator %d: %016llx %016llx\n", operator_type, static_cast<unsigned long long>(digests[0].value()),
+              static_cast<unsigned long long>(digests[1].value()));
 }
 
 }  // namespace
@@ -42,6 +62,7 @@ void printDigests(int32_t operator_type, uint32_t records, bool each) {
 int main(int argc, char** argv) {
   const auto records = static_cast<uint32_t>(argc > 1 ? std::atoi(argv[1]) : 300);
   for (const int32_t type : tamix::test::kOperators) {
-    if (argc <= 2 || type == std::atoi(argv[2])) tamix::test::printDigests(type, records, argc > 2);
+    if (argc <= 2) tamix::test::printDigest(type, records);
+    if (argc > 2 && type == std::atoi(argv[2])) tamix::test::printEach(type, records);
   }
 }
