@@ -1,6 +1,7 @@
 # Options of the build, and what every target is compiled with.
 
 option(TAMIX_WERROR "Treat warnings as errors" OFF)
+option(TAMIX_PRECOMPILE_HEADERS "Compile common headers once: faster, but a file may then miss an include of its own" OFF)
 set(TAMIX_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 # The vector target: this machine's on a native build, the architecture's baseline on a cross build. AES stands for the
