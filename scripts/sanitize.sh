@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# sanitize.sh [NAME...]: the checks for undefined behaviour that take too long for the test command. Names, all by default:
+#   thread    the whole suite and instances on two threads, thread sanitizer
+#   memory    records of every operator, memory sanitizer
+#   aarch64   the whole suite and records under emulation, address and undefined-behaviour sanitizers
+#   valgrind  records of every operator
+# RECORDS in the environment: records of every operator (1000; 100 emulated, 20 for valgrind).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# shellcheck source=scripts/packages.sh
+. scripts/packages.sh
+scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}" "${valgrind_packages[@]}"
+
+# build PRESET [ARGUMENT...]
+build() {
+  cmake --preset "$1" >/dev/null
+  cmake --build --preset "$@"
+}
+
+check_thread() {
+  build tsan
+  ctest --preset tsan -j "$(nproc)"
+  build/tsan/tests/record_digest "${RECORDS:-1000}" >/dev/null
+}
+
+# The C++ library is not built with the sanitizer, so the test framework cannot be either.
+check_memory() {
+  build msan --target record_digest
+  build/msan/tests/record_digest "${RECORDS:-1000}" >/dev/null
+}
+
+# The leak check needs ptrace, which the emulator has not; leaks are the business of the other address sanitizer build.
+check_aarch64() {
+  build aarch64-asan
+  ctest --preset aarch64-asan -j "$(nproc)"
+  ASAN_OPTIONS=detect_leaks=0 \
+    qemu-aarch64 -L /usr/aarch64-linux-gnu build/aarch64-asan/tests/record_digest "${RECORDS:-100}" >/dev/null
+}
+
+check_valgrind() {
+  build valgrind --target record_digest
+  valgrind -q --error-exitcode=1 --leak-check=full build/valgrind/tests/record_digest "${RECORDS:-20}" >/dev/null
+}
+
+[ $# -gt 0 ] || set -- thread memory aarch64 valgrind
+for name in "$@"; do
+  echo "== $name"
+  "check_$name"
+done
