@@ -165,7 +165,12 @@ HWY_INLINE V refinedReciprocalOfAny(D d, V v) {
 #endif
   const auto r0 = reciprocalEstimate(d, v);
   const auto r1 = hn::Mul(r0, reciprocalStep(d, v, r0));
-  return hn::Mul(r1, reciprocalStep(d, v, r1));
+  const auto r2 = hn::Mul(r1, reciprocalStep(d, v, r1));
+#if HWY_TARGET == HWY_NEON
+  return r2;
+#else
+  return hn::IfThenElse(hn::IsNaN(v), r0, r2);  // a step without a fused multiply-add changes a NaN's sign
+#endif
 }
 
 // 1 / v as an estimate and two steps of refinement; infinity of v's sign for zero.
