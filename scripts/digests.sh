@@ -25,10 +25,10 @@ compare() {
   local name=$1 verdict=same
   shift
   "$@" "$records" >"$out/$name"
-  if [ -e "$out/first" ]; then
-    cmp -s "$out/first" "$out/$name" || { verdict=$(diff "$out/first" "$out/$name" | grep -c '^>') && verdict+=" operators differ"; differing=1; }
-  else
-    cp "$out/$name" "$out/first"
+  [ -e "$out/first" ] || cp "$out/$name" "$out/first"
+  if ! cmp -s "$out/first" "$out/$name"; then
+    verdict="differs: $(comm -13 <(sort "$out/first") <(sort "$out/$name") | cut -d: -f1 | paste -sd,)"
+    differing=1
   fi
   printf '%-28s %s  %s\n' "$name" "$(sha256sum <"$out/$name" | cut -c1-16)" "$verdict"
 }

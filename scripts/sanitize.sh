@@ -9,7 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/packages.sh
 . scripts/packages.sh
-scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}" "${valgrind_packages[@]}"
+scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}" "${sanitize_packages[@]}"
 
 # build PRESET [ARGUMENT...]
 build() {
@@ -23,7 +23,7 @@ check_thread() {
   build/tsan/tests/record_digest "${RECORDS:-1000}" >/dev/null
 }
 
-# The C++ library is not built with the sanitizer, so the test framework cannot be either.
+# Memory that the C++ library's compiled part writes counts as uninitialised: the test framework's strings, for one.
 check_memory() {
   build msan --target record_digest
   build/msan/tests/record_digest "${RECORDS:-1000}" >/dev/null
