@@ -104,10 +104,11 @@ void forEachCase(const Check& check) {
   for (const auto& c : kFloatsAndBytes) check(c);
 }
 
-// The NaN of an invalid operation is Arm's on every target; propagated ones are only required to be NaN.
+// The NaN of an invalid operation is Arm's on every target; the NaN of one operand is the result, made quiet.
 template <class Out>
 Out mended(Out value, float a, float b) {
   if constexpr (std::is_same_v<Out, float>) {
+    if (std::isnan(b)) return std::bit_cast<float>(std::bit_cast<uint32_t>(b) | 0x00400000u);
     if (std::isnan(value) && !std::isnan(a) && !std::isnan(b)) return std::bit_cast<float>(0x7FC00000u);
   }
   return value;
@@ -127,6 +128,12 @@ Image<T> operand(const Shape& shape, uint32_t seed) {
                            3e38f, 1e-20f, 2e38f, 0.001f, -0.999f, 1e30f, 7.0f,   5.8774717541e-39f, 1.7e38f};
   for (size_t i = seed; i < image.elements(); i += 5 + seed) {
     image.data()[i] = sizeof(T) == 1 ? static_cast<T>(i % 3 == 0 ? 0 : 255) : static_cast<T>(special[i % std::size(special)]);
+  }
+  if constexpr (sizeof(T) > 1) {
+    // One operand's only: which of two NaN an operation gives is open.
+    for (size_t i = 3; seed != 1 && i < image.elements(); i += 11) {
+      image.data()[i] = std::copysign(std::numeric_limits<T>::quiet_NaN(), i % 2 == 0 ? T{1} : T{-1});
+    }
   }
   return image;
 }
