@@ -4,6 +4,6 @@ tool_packages=("${library_packages[@]}" libcli11-dev libpng-dev libturbojpeg0-de
 test_packages=("${tool_packages[@]}" googletest pkg-config binutils python3-numpy python3-pytest mypy)
 aarch64_packages=("${test_packages[@]}" g++-aarch64-linux-gnu qemu-user)
 clang_packages=(clang clang-format libclang-rt-14-dev)
-sanitize_packages=(valgrind libc++-14-dev libc++abi-14-dev)
+sanitize_packages=(valgrind libc++-16-dev libc++abi-16-dev)
 bench_packages=("${library_packages[@]}" libbenchmark-dev)
 demo_packages=("${tool_packages[@]}" ffmpeg)
