@@ -29,7 +29,7 @@ check_memory() {
   build/msan/tests/record_digest "${RECORDS:-1000}" >/dev/null
 }
 
-# The leak check needs ptrace, which the emulator has not; leaks are the business of the other address sanitizer build.
+# The leak check needs ptrace, which the emulator has not; the test command looks for leaks on this machine.
 check_aarch64() {
   build aarch64-asan
   ctest --preset aarch64-asan -j "$(nproc)"
