@@ -32,7 +32,7 @@ echo "== AArch64 with Clang"
 cmake --build --preset aarch64-clang
 
 echo "== AArch64 with pages of 16 KiB"
-TAMIX_TEST_RECORDS=50 emulated -p 16384 build/aarch64/tests/hostile_records_test --gtest_brief=1
+TAMIX_TEST_RECORDS=100 emulated -p 16384 build/aarch64/tests/hostile_records_test --gtest_brief=1
 
 echo "== the same bytes from every build"
 digests=$(mktemp)
