@@ -409,6 +409,10 @@ TEST(DataTypeInputToOutput, ConvertsThreePlanesOfI420WithoutReadingBeyondThem) {
   EXPECT_TRUE(sameBytes(y_out, widened(y)));
   EXPECT_TRUE(sameBytes(u_out, widened(u)));
   EXPECT_TRUE(sameBytes(v_out, widened(v)));
+
+  // One of two three-plane frames is read or written as pairs otherwise.
+  src.data[2] = nullptr;
+  EXPECT_EQ(NotingOperator().dataTypeInputToOutput(src, Tamix_UINT8, dst, Tamix_FLOAT32, true), TAMIX_ERR_UNSUPPORTED);
 }
 
 TEST(DataTypeInputToOutput, RefusesOtherPairsAndStopsAtAFailingPlane) {

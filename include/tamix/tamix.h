@@ -82,16 +82,18 @@ TAMIX_ENUM(TamixDeviceType){Tamix_ARM_CPU = 0};
  * In place (output plane = input plane): arithmetic and bitwise operators of equal element sizes, conversions to and from HSV,
  * Lab and gray and from 4 channels to 3, flip, rotation by 180 degrees, filters, morphology, threshold, and point operations.
  * Element types: operators give the input's type and convert where the output declares the other one; those without a float
- * kernel refuse float inputs. DataTypeConvert reads the input with the output's pitch.
+ * kernel refuse float inputs. Bytes that become floats in the output are written there first, into row padding too.
+ * DataTypeConvert reads the input with the output's pitch.
  *
  * Refused with TAMIX_ERR_UNSUPPORTED: frames (I420, NV12, NV21) of more than one channel where pixels are packed (with
  * `channel` 1 they are their luma plane); I420 frames of which only one brings data[2]; outputs that declare fewer rows or
  * channels than the operator writes; unequal channel counts of arithmetic; bitwise masks (input 2) laid out unlike input 1;
- * threshold rules 5 to 7; a mean filter on images smaller than its window; a perspective warp by a matrix without inverse. A
- * perspective warp of a channel count that its interpolation does not serve (bilinear and bicubic: 1 and 3; nearest with a
- * constant border: 1, 3 and 4) logs an error, leaves the output alone and returns TAMIX_OK; a null border value stands for
- * zeros there. Refused with TAMIX_ERR_ILLEGAL_RECT: a fusion whose joined image does not fit the output, or whose band either
- * image. The joined size is written to the output's width and height.
+ * padded rows of COUNT_NON_ZERO, COLOR_TO_HSV, NORMALIZATION, SPLIT, MERGE, and MEAN_STD with 3 channels; threshold rules 5 to
+ * 7; a mean filter on images smaller than its window; a perspective warp by a matrix without inverse. A perspective warp of a
+ * channel count that its interpolation does not serve (bilinear and bicubic: 1 and 3; nearest with a constant border: 1, 3 and
+ * 4) logs an error, leaves the output alone and returns TAMIX_OK; a null border value stands for zeros there. Refused with
+ * TAMIX_ERR_ILLEGAL_RECT: a fusion whose joined image does not fit the output, or whose band either image. The joined size is
+ * written to the output's width and height.
  */
 TAMIX_ENUM(TamixOperatorType){
     TAMIX_OP_DATA_TYPE_CONVERT = 0,

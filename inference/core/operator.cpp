@@ -143,8 +143,10 @@ int32_t Operator::dataTypeInputToOutput(TamixImage& src, TamixDataType src_type,
   };
   converted_ = true;
   if (!isTwoPlane(dst.format)) return convert(0, dst.height, dst.width, dst.width_stride, dst.channel);
+  TAMIX_REQUIRE(hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
+                "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   TAMIX_TRY(convert(0, dst.height, dst.width, dst.width_stride, 1));
-  if (hasThreePlanes(src) || hasThreePlanes(dst)) {
+  if (hasThreePlanes(dst)) {
     TAMIX_TRY(convert(1, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1));
     return convert(2, dst.height / 2, dst.width / 2, dst.width_stride / 2, 1);
   }

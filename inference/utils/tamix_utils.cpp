@@ -1,7 +1,5 @@
 #include "inference/utils/tamix_utils.h"
 
-#include <algorithm>
-
 #include "inference/runtime/cpu/arm/common/combine_rows.h"
 #include "inference/runtime/cpu/arm/common/float_to_int.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
@@ -29,16 +27,17 @@ int32_t convertPlane(LogPlace place, const From* src, To* dst, int32_t height, i
                      int32_t dst_stride, int32_t channels, bool copy) {
   TAMIX_DEBUG("%s forward", place.function);
   TAMIX_REQUIRE_AT(place, !anyNull(src, dst), TAMIX_ERR_INVALID_IMAGE, "Recieved null data pointer");
-  ScratchBuffer<From> source;
+  const size_t n = rowElements(width, channels);
+  Plane<const From> from = plane(src, src_stride, channels);
+  ScratchBuffer<From> packed;
   if (copy) {
     TAMIX_DEBUG("%s: copy the data to avoid the data conflict", place.function);
-    const size_t elements = planeElements(height, width, src_stride, channels);
-    source = ScratchBuffer<From>(elements);
-    TAMIX_REQUIRE_AT(place, source, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for %s", place.function);
-    std::copy_n(src, elements, source.data());
-    src = source.data();
+    packed = ScratchBuffer<From>(planeElements(height, width, width, channels));
+    TAMIX_REQUIRE_AT(place, packed, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for %s", place.function);
+    copyRows(from, plane(packed.data(), width, channels), height, n);
+    from = plane<const From>(packed.data(), width, channels);
   }
-  convertRows(plane(src, src_stride, channels), plane(dst, dst_stride, channels), height, rowElements(width, channels));
+  convertRows(from, plane(dst, dst_stride, channels), height, n);
   return TAMIX_OK;
 }
 

@@ -34,7 +34,7 @@ int32_t ConvertScaleAbsCPU::forward(TamixParams* params) {
   const FloatResult result(dst);
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "failed to allocate memory for the float result");
   TAMIX_TRY(float32_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
-                     dst.width_stride, params->abs_scale, params->offset, src.channel, threadNumber()));
+                     result.widthStride(), params->abs_scale, params->offset, src.channel, threadNumber()));
   setConverted();
   return finishFloats(*this, *params, {&result, 1});
 }

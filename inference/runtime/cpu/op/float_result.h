@@ -11,12 +11,12 @@
 namespace tamix {
 
 // The output's own plane where it is declared float. Otherwise its memory is too small for floats: the kernel writes a private
-// float plane of the same layout, which finishFloats() brings into the output.
+// float plane of packed rows, which finishFloats() brings into the output.
 class FloatResult {
  public:
   explicit FloatResult(const TamixImage& dst) : dst_(dst) {
     if (dst.type != Tamix_FLOAT32) {
-      private_ = ScratchBuffer<float>(planeElements(dst.height, dst.width, dst.width_stride, dst.channel));
+      private_ = ScratchBuffer<float>(planeElements(dst.height, dst.width, dst.width, dst.channel));
     }
   }
 
@@ -24,11 +24,13 @@ class FloatResult {
   explicit operator bool() const { return dst_.type == Tamix_FLOAT32 || private_; }
   // Null where the output has no plane: kernels refuse that.
   float* data() const { return private_ && dst_.data[0] != nullptr ? private_.data() : static_cast<float*>(dst_.data[0]); }
+  // Pixels from one row of data() to the next.
+  int32_t widthStride() const { return private_ ? dst_.width : dst_.width_stride; }
 
   // The floats as the output's bytes.
   int32_t toBytes() const {
-    TAMIX_TRY(dataFLOAT32ToUINT8(private_.data(), static_cast<uint8_t*>(dst_.data[0]), dst_.height, dst_.width,
-                                 dst_.width_stride, dst_.width_stride, dst_.channel, false));
+    TAMIX_TRY(dataFLOAT32ToUINT8(private_.data(), static_cast<uint8_t*>(dst_.data[0]), dst_.height, dst_.width, widthStride(),
+                                 dst_.width_stride, dst_.channel, false));
     TAMIX_DEBUG("dataFLOAT32ToUINT8: copy the data to avoid the data conflict");
     return TAMIX_OK;
   }

@@ -1,3 +1,5 @@
+#include <array>
+
 #include "inference/runtime/cpu/arm/fp32/getperspectivetrans_cpu_fp32.h"
 #include "inference/runtime/cpu/op/cpu_operator.h"
 #include "inference/runtime/cpu/op/float_result.h"
@@ -19,11 +21,23 @@ class GetPerspectiveTransformCPU final : public Operator {
 };
 
 constexpr size_t kMatrixFloats = 9;
+using Matrix = std::array<float, kMatrixFloats>;
 
 int64_t points(const TamixImage& image) { return int64_t{image.width} * image.height; }
 
 bool isPointSet(const TamixImage& image) {
   return image.width > 0 && points(image) == 4 && image.type == Tamix_FLOAT32 && image.channel == 2;
+}
+
+// The elements of an image whose first nine are the matrix, row padding counted, and whose others are zeros.
+void place(const Matrix& matrix, const TamixImage& image, Plane<float> to) {
+  const size_t n = rowElements(image.width, image.channel);
+  for (int32_t y = 0; y < image.height; ++y) {
+    const size_t first = std::min(static_cast<size_t>(y) * rowElements(image.width_stride, image.channel), kMatrixFloats);
+    const size_t count = std::min(n, kMatrixFloats - first);
+    std::copy_n(matrix.begin() + static_cast<ptrdiff_t>(first), count, to.row(y));
+    std::fill(to.row(y) + count, to.row(y) + n, 0.0f);
+  }
 }
 
 int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
@@ -46,10 +60,12 @@ int32_t GetPerspectiveTransformCPU::forward(TamixParams* params) {
                 "Recieve unsupported output shape: (%d, %d)", dst.height, dst.width);
   const FloatResult result(dst);
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
-  if (dst.type != Tamix_FLOAT32 && result.data() != nullptr) std::fill_n(result.data(), room, 0.0f);
+  Matrix matrix;
+  const bool is_direct = dst.type == Tamix_FLOAT32 || result.data() == nullptr;
   TAMIX_DEBUG("GetPerspectiveTransformCPU forward");
   TAMIX_TRY(kernel_(data<const float>(from, 0), data<const float>(from, 1), data<const float>(to, 0), data<const float>(to, 1),
-                    result.data(), threadNumber()));
+                    is_direct ? result.data() : matrix.data(), threadNumber()));
+  if (!is_direct) place(matrix, dst, plane(result.data(), result.widthStride(), dst.channel));
   setConverted();
   return finishFloats(*this, *params, {&result, 1});
 }

@@ -43,7 +43,8 @@ int32_t RectCutCPU::forward(TamixParams* params) {
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "failed to memory allocation for rectCutCPUFLOAT32");
   setConverted();
   TAMIX_TRY(kernel_float32_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height,
-                            dst.width, dst.width_stride, dst.channel, left, top, right - left, bottom - top, threadNumber()));
+                            dst.width, result.widthStride(), dst.channel, left, top, right - left, bottom - top,
+                            threadNumber()));
   return finishFloats(*this, *params, {&result, 1});
 }
 

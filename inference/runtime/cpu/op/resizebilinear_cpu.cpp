@@ -55,7 +55,7 @@ int32_t ResizeBilinearCPU::resizeBilinearCPUFLOAT32(TamixParams& params) {
   const FloatResult result(dst);
   TAMIX_REQUIRE(result, TAMIX_ERR_NO_MEMORY, "alloc memory failed!");
   TAMIX_TRY(float_kernel_(data<const float>(src), src.height, src.width, src.width_stride, result.data(), dst.height, dst.width,
-                          dst.width_stride, src.channel));
+                          result.widthStride(), src.channel));
   setConverted();
   return finishFloats(*this, params, {&result, 1});
 }
