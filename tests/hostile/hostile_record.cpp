@@ -43,12 +43,12 @@ int32_t channelsOf(int32_t format) {
   }
 }
 
-// The documented bytes of a plane: rows of n elements, the last one unpadded. Absurd sizes give more than kLargestPlane.
-size_t bytesOf(int64_t rows, int64_t pitch, int64_t n, int64_t element) {
-  if (rows < 1 || n < 1 || pitch < 0) return 0;
-  const double size = (static_cast<double>(rows - 1) * static_cast<double>(pitch) + static_cast<double>(n)) * 4;
+// The documented bytes of a plane: the last row is unpadded. Absurd sizes give more than kLargestPlane.
+size_t bytesOf(const PlaneRows& rows) {
+  if (rows.count < 1 || rows.n < 1 || rows.pitch < 0) return 0;
+  const double size = (static_cast<double>(rows.count - 1) * static_cast<double>(rows.pitch) + static_cast<double>(rows.n)) * 4;
   if (size > 4 * static_cast<double>(kLargestPlane)) return kLargestPlane + 1;
-  return static_cast<size_t>(((rows - 1) * pitch + n) * element);
+  return static_cast<size_t>(((rows.count - 1) * rows.pitch + rows.n) * rows.element);
 }
 
 // Bytes of a pixel in the conversions of colours, whose formats decide and not the record's channel count.
@@ -74,22 +74,23 @@ int64_t colorChannels(int32_t operator_type, bool is_input, int32_t format) {
   }
 }
 
-size_t planeBytes(int32_t operator_type, bool is_input, const TamixImage& image, int32_t k) {
-  const bool is_mask = operator_type >= TAMIX_OP_BITWISE_AND && operator_type <= TAMIX_OP_BITWISE_NOT;
-  const int64_t element = image.type == kU8 || (image.type == 0 && is_mask) ? 1 : 4;
-  const int64_t width = image.width;
-  const int64_t stride = image.width_stride == 0 ? width : image.width_stride;
-  const int64_t rows = std::max(image.height, image.height_stride);
-  if (operator_type == TAMIX_OP_GET_PERSPECTIVE_TRANSFORM && is_input) return k < 2 ? bytesOf(rows, stride, width, element) : 0;
-  if (image.format == Tamix_I420 && k > 0 && image.data[2] != nullptr) {
-    return bytesOf((rows + 1) / 2, stride / 2, (width + 1) / 2, element);
+// Images whose rows lie one behind the other whatever their strides say.
+bool isPacked(int32_t operator_type, int32_t slot, int32_t type) {
+  switch (operator_type) {
+    case TAMIX_OP_GET_PERSPECTIVE_TRANSFORM:
+      return type == kF32;
+    case TAMIX_OP_IMAGE_FUSE_OVERLAP:
+      return type == kU8;
+    case TAMIX_OP_CONCAT:
+    case TAMIX_OP_MEAN_FILTER:
+    case TAMIX_OP_WARP_AFFINE:
+      return true;
+    case TAMIX_OP_BITWISE_NOT:       // the mask
+    case TAMIX_OP_WARP_PERSPECTIVE:  // the matrix
+      return slot == 1;
+    default:
+      return false;
   }
-  const bool two_planes = channelsOf(image.format) == 2;
-  if (k > 0) return k == 1 && two_planes ? bytesOf(rows / 2, stride, width / 2 * 2, element) : 0;
-  if (isPaired(image.format) || image.format == Tamix_I420) return bytesOf(rows, stride, width, element);
-  int64_t channel = image.channel == 0 ? channelsOf(image.format) : image.channel;
-  channel = std::max({channel, int64_t{two_planes}, colorChannels(operator_type, is_input, image.format)});
-  return bytesOf(rows, stride * channel, width * channel, element);
 }
 
 float oddFloat(uint32_t noise) {
@@ -110,14 +111,21 @@ uint32_t Choices::below(uint32_t n) {
   return value % n;
 }
 
-HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners)
-    : operator_type_(operator_type), choose_(recipe) {
+HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners, const Demand& demand)
+    : kernel_(operator_type < kFirstKernel ? nullptr : &kExportedKernels[static_cast<size_t>(operator_type - kFirstKernel)]),
+      operator_type_(kernel_ == nullptr ? operator_type : kernel_->relative),
+      demand_(demand),
+      choose_(recipe) {
   initTamixParams(&params_);
   noise_ = choose_.below(0xffffffff);
   thread_number_ = choose_.oneOf({2, 1, 3, 4, 8, 0});
   width_ = choose_.between(1, choose_.oneIn(8) ? 400 : 70);
   height_ = choose_.between(1, choose_.oneIn(8) ? 40 : 9);
+  if (demand.width > 0) width_ = demand.width;
+  if (demand.height > 0) height_ = demand.height;
   imagine();
+  if (kernel_ != nullptr) completeForKernel();
+  comply();
   settle();
   if (manners == Manners::kHostile) spoil();
   allocate();
@@ -125,7 +133,7 @@ HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> rec
 
 TamixImage HostileRecord::image(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel) {
   TamixImage made = imageRecord(format, type, width, height, channel);
-  if (isPaired(format) || (format == Tamix_I420 && !choose_.oneIn(4))) {
+  if ((isPaired(format) && kernel_ == nullptr) || (format == Tamix_I420 && !choose_.oneIn(4))) {
     made.width = (width + 1) / 2 * 2;
     made.height = (height + 1) / 2 * 2;
   }
@@ -141,8 +149,8 @@ TamixImage HostileRecord::image(int32_t format, int32_t type, int32_t width, int
 void HostileRecord::describePair(int32_t in_format, int32_t out_format, int32_t channel_in, int32_t channel_out) {
   params_.input[0] = image(in_format, kU8, width_, height_, channel_in);
   params_.output[0] = image(out_format, kU8, width_, height_, channel_out);
-  params_.output[0].width = params_.input[0].width;
-  params_.output[0].height = params_.input[0].height;
+  params_.input[0].width = params_.output[0].width = std::max(params_.input[0].width, params_.output[0].width);
+  params_.input[0].height = params_.output[0].height = std::max(params_.input[0].height, params_.output[0].height);
 }
 
 // A call that the operator should serve, most of the time.
@@ -152,12 +160,14 @@ void HostileRecord::imagine() {
   TamixImage& out = p.output[0];
   const int32_t rgb = choose_.oneOf<int32_t>({Tamix_RGB, Tamix_BGR});
   const int32_t rgba = choose_.oneOf<int32_t>({Tamix_RGBA, Tamix_BGRA});
-  const int32_t yuv = choose_.oneOf<int32_t>({Tamix_NV21, Tamix_NV12, Tamix_I420});
+  int32_t yuv = choose_.oneOf<int32_t>({Tamix_NV21, Tamix_NV12, Tamix_I420});
   const int32_t any = choose_.oneOf<int32_t>({rgb, Tamix_GRAY, rgba});
-  const int32_t frame = choose_.oneOf({any, any, yuv});
-  const int32_t new_width = choose_.between(1, 90);
+  int32_t frame = choose_.oneOf({any, any, yuv});
+  if (kernel_ != nullptr) yuv = kernel_->format, frame = yuv == 0 ? any : yuv;
+  int32_t new_width = choose_.between(1, 90);
+  if (demand_.width > 0 && choose_.oneIn(2)) new_width = demand_.width;
   const int32_t new_height = choose_.between(1, 12);
-  const int32_t window = choose_.oneOf({-1, 3, 5, 1, 7, 9, 2, 15});
+  int32_t window = choose_.oneOf({-1, 3, 5, 1, 7, 9, 2, 15});
   const auto type = [this] { return choose_.oneOf({kU8, kF32}); };
 
   switch (operator_type_) {
@@ -197,6 +207,7 @@ void HostileRecord::imagine() {
       describePair(any, any);
       in.type = type();
       out.type = kF32;
+      if (!choose_.oneIn(4)) in.width_stride = out.width_stride = 0;
       if (choose_.oneIn(8)) out.format = 0;
       p.reorder = choose_.oneOf({0, 1});
       p.mean_value = 100.5f;
@@ -216,7 +227,7 @@ void HostileRecord::imagine() {
       in = image(frame, kU8, width_, height_);
       if (operator_type_ == TAMIX_OP_RESIZE_BILINEAR && choose_.oneIn(3)) in.type = kF32;
       out = image(frame, in.type, new_width, new_height);
-      if (isPaired(in.format) && choose_.oneIn(3)) out = image(rgb, kU8, new_width, new_height);
+      if (isPaired(in.format) && (kernel_ != nullptr || choose_.oneIn(3))) out = image(rgb, kU8, new_width, new_height);
       if (choose_.oneIn(4)) out.width = in.width * 2, out.height = in.height * 2, out.width_stride = 0;
       break;
     case TAMIX_OP_COLOR_TO_HSV:
@@ -385,6 +396,8 @@ void HostileRecord::imagine() {
   }
 
   // Settings that several operators read.
+  const auto filters = {TAMIX_OP_GAUSSIAN_FILTER, TAMIX_OP_MEAN_FILTER, TAMIX_OP_LAPLACIAN_FILTER};
+  if (std::ranges::find(filters, operator_type_) != filters.end() && choose_.oneIn(2)) window = choose_.oneOf({3, 3, 5});
   if (window > 0 && choose_.oneIn(2)) {
     p.kernel_height = window;
     p.kernel_width = choose_.oneIn(3) ? choose_.between(1, 9) : window;
@@ -395,6 +408,28 @@ void HostileRecord::imagine() {
   p.border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
   p.geom_border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
   p.interpolation = choose_.oneOf({0, 1, 2, 16, 17, 18, -1});
+  if (operator_type_ == TAMIX_OP_REMAP && !choose_.oneIn(4)) {
+    p.geom_border_type = choose_.oneOf({0, 1});
+    p.interpolation = choose_.oneOf({0, 1});
+  }
+}
+
+// What the test wants.
+void HostileRecord::comply() {
+  if (demand_.other_type) params_.output[0].type = kU8 + kF32 - params_.output[0].type;
+  for (int32_t slot = 0; slot < 8; ++slot) {
+    TamixImage& image = slot < 4 ? params_.input[slot] : params_.output[slot - 4];
+    if (demand_.stride > 0 && image.data[0] != nullptr) image.width_stride = demand_.stride;
+  }
+}
+
+// Kernels take bytes, and what the framework would complete.
+void HostileRecord::completeForKernel() {
+  for (TamixImage* image : {&params_.input[0], &params_.input[1], &params_.output[0]}) {
+    image->type = kU8;
+    if (image->channel == 0) image->channel = channelsOf(image->format);
+    if (image->width_stride == 0) image->width_stride = image->width;
+  }
 }
 
 // Where the caller gives memory for a setting.
@@ -467,7 +502,8 @@ void HostileRecord::spoil() {
 }
 
 GuardedBytes& HostileRecord::plane(size_t size) {
-  return planes_.emplace_back(size, choose_.oneIn(4) ? Guard::kBefore : Guard::kBehind);
+  const Guard chosen = choose_.oneIn(4) ? Guard::kBefore : Guard::kBehind;
+  return planes_.emplace_back(size, demand_.guard.value_or(chosen));
 }
 
 void HostileRecord::addNoise(std::span<uint8_t> bytes, bool floats) {
@@ -499,30 +535,77 @@ void* HostileRecord::setting(size_t size) {
   return made.data();
 }
 
+// Bins of the histogram, as far as they can be had.
+size_t HostileRecord::bins() const {
+  size_t bins = 1;
+  for (int32_t i = 0; i < std::clamp(params_.hist_dims, 0, 4); ++i) {
+    bins = std::min(bins * static_cast<size_t>(std::max(params_.hist_size[i], 0)), kLargestPlane);
+  }
+  return bins;
+}
+
+PlaneRows HostileRecord::rowsOf(bool is_input, const TamixImage& image, int32_t k) const {
+  const bool is_mask = operator_type_ >= TAMIX_OP_BITWISE_AND && operator_type_ <= TAMIX_OP_BITWISE_NOT;
+  const int64_t element = image.type == kU8 || (image.type == 0 && is_mask) ? 1 : 4;
+  const int64_t width = image.width;
+  const int64_t stride = image.width_stride == 0 ? width : image.width_stride;
+  const int64_t rows = std::max(image.height, image.height_stride);
+  const PlaneRows none;
+  if (operator_type_ == TAMIX_OP_GET_PERSPECTIVE_TRANSFORM && is_input) {
+    return k < 2 ? PlaneRows{rows, stride, width, element} : none;
+  }
+  if (image.format == Tamix_I420 && k > 0 && image.data[2] != nullptr) {
+    return {(rows + 1) / 2, stride / 2, (width + 1) / 2, element};
+  }
+  const bool two_planes = channelsOf(image.format) == 2;
+  if (k > 0 && !(k == 1 && two_planes)) return none;
+  if (k > 0) {
+    // Kernels that do not resize take odd sizes, with a pair for each odd end.
+    const int64_t odd_rows = kernel_ != nullptr && operator_type_ == TAMIX_OP_YUV_TO_COLOR ? 1 : 0;
+    const int64_t odd_columns = kernel_ != nullptr && operator_type_ != TAMIX_OP_RESIZE_BILINEAR ? 1 : 0;
+    return {(rows + odd_rows) / 2, stride, (width + odd_columns) / 2 * 2, element};
+  }
+  if (isPaired(image.format) || image.format == Tamix_I420) return {rows, stride, width, element};
+  int64_t channel = image.channel == 0 ? channelsOf(image.format) : image.channel;
+  channel = std::max({channel, int64_t{two_planes}, colorChannels(operator_type_, is_input, image.format)});
+  // A resize from luma and chroma to colours makes pixels of three bytes.
+  const bool makes_colors = operator_type_ == TAMIX_OP_RESIZE_BILINEAR && isPaired(params_.input[0].format);
+  if (!is_input && makes_colors && channelsOf(image.format) == 3) channel = std::max<int64_t>(channel, 3);
+  return {rows, stride * channel, width * channel, element};
+}
+
+std::vector<RecordPlane> HostileRecord::planes() {
+  std::vector<RecordPlane> planes;
+  for (int32_t slot = 0; slot < 8; ++slot) {
+    TamixImage& image = slot < 4 ? params_.input[slot] : params_.output[slot - 4];
+    for (int32_t k = 0; k < 3; ++k) {
+      if (image.data[k] == nullptr) continue;
+      PlaneRows rows = rowsOf(slot < 4, image, k);
+      if (isPacked(operator_type_, slot, image.type)) rows.pitch = rows.n;
+      if (operator_type_ == TAMIX_OP_CALC_HIST && slot == 4) rows = {1, 0, static_cast<int64_t>(bins()), sizeof(uint32_t)};
+      // Floats that take the place of bytes.
+      const bool is_converted = demand_.other_type && slot == 4 && image.type == kF32;
+      if (is_converted) planes.push_back({&image, k, {rows.count, rows.pitch, rows.n, 1}});
+      planes.push_back({&image, k, rows});
+    }
+  }
+  return planes;
+}
+
 // Gives every wanted pointer the memory that the record declares.
 void HostileRecord::allocate() {
   TamixParams& p = params_;
-  size_t bins = 1;
-  for (int32_t i = 0; i < std::clamp(p.hist_dims, 0, 4); ++i) {
-    bins = std::min(bins * static_cast<size_t>(std::max(p.hist_size[i], 0)), kLargestPlane);
-  }
   for (int32_t k = 0; k < 3; ++k) {
     for (int32_t i = 0; i < 4; ++i) {
       TamixImage& in = p.input[i];
       TamixImage& out = p.output[i];
-      size_t in_size = planeBytes(operator_type_, true, in, k);
+      size_t in_size = bytesOf(rowsOf(true, in, k));
       // A matrix has nine elements whatever its stride.
       if (operator_type_ == TAMIX_OP_WARP_PERSPECTIVE && i == 1 && k == 0) in_size = std::max(in_size, 9 * sizeof(float));
-      size_t out_size = planeBytes(operator_type_, false, out, k);
-      // A resize from luma and chroma to colours makes pixels of three bytes.
-      if (operator_type_ == TAMIX_OP_RESIZE_BILINEAR && k == 0 && isPaired(in.format) && channelsOf(out.format) == 3) {
-        TamixImage colours = out;
-        colours.channel = std::max(out.channel, 3);
-        out_size = planeBytes(operator_type_, false, colours, k);
-      }
+      size_t out_size = bytesOf(rowsOf(false, out, k));
       // The histogram has its own size.
       if (operator_type_ == TAMIX_OP_CALC_HIST && i == 0 && k == 0)
-        out_size = std::max((out_size + 3) / 4 * 4, bins * sizeof(uint32_t));
+        out_size = std::max((out_size + 3) / 4 * 4, bins() * sizeof(uint32_t));
       const size_t at = choose_.oneOf<size_t>({0, 0, 4, 64, in_size / 8 * 4});
       const bool shared = shares_planes_ && i == 0 && in.data[k] == kWanted && out.data[k] == kWanted &&
                           in_size <= kLargestPlane && std::max(in_size, at + out_size) <= kLargestPlane - 4;
@@ -546,7 +629,7 @@ void HostileRecord::allocate() {
   if (p.std != nullptr) p.std = static_cast<float*>(inputPlane(channels * sizeof(float), true));
   if (p.geom_border_value_ptr != nullptr) p.geom_border_value_ptr = static_cast<uint8_t*>(inputPlane(channels, false));
   if (p.fuse_weights != nullptr) {
-    p.fuse_weights = static_cast<float*>(inputPlane(bytesOf(1, 0, p.fuse_overlap, sizeof(float)), true));
+    p.fuse_weights = static_cast<float*>(inputPlane(bytesOf({1, 0, p.fuse_overlap, sizeof(float)}), true));
   }
   if (p.thresh != nullptr) {
     p.thresh = static_cast<double*>(inputPlane(sizeof(double), false));
@@ -557,7 +640,7 @@ void HostileRecord::allocate() {
     const bool both = p.kernel_height != -1 && p.kernel_width != -1;
     const int64_t rows = both ? p.kernel_height : std::max(p.kernel_size, 3);
     const int64_t columns = both ? p.kernel_width : std::max(p.kernel_size, 3);
-    const size_t size = rows < 1 || columns < 1 ? 0 : bytesOf(rows, columns, columns, 1);
+    const size_t size = rows < 1 || columns < 1 ? 0 : bytesOf({rows, columns, columns, 1});
     const bool is_output = operator_type_ == TAMIX_OP_GET_STRUCTURING_ELEMENT;
     p.kernel = static_cast<uint8_t*>(is_output ? setting(size) : inputPlane(size, false));
     for (size_t i = 0; !is_output && p.kernel != nullptr && i < size; ++i) p.kernel[i] &= noise_ % 3 == 0 ? 1 : 0xff;
@@ -576,7 +659,8 @@ void HostileRecord::prefill(uint32_t seed) {
 
 std::string HostileRecord::describe() const {
   std::ostringstream text;
-  text << "operator " << operator_type_ << (shares_planes_ ? ", sharing planes" : "");
+  text << (kernel_ == nullptr ? "operator " + std::to_string(operator_type_) : kernel_->name)
+       << (shares_planes_ ? ", sharing planes" : "");
   for (int32_t i = 0; i < 8; ++i) {
     const TamixImage& image = i < 4 ? params_.input[i] : params_.output[i - 4];
     if (image.data[0] == nullptr && image.width == 0) continue;
@@ -598,6 +682,7 @@ std::string HostileRecord::describe() const {
 
 int32_t runOnAnyThread(HostileRecord& record) {
   if (std::getenv("TAMIX_TEST_SHOW") != nullptr) std::cerr << record.describe() << '\n';
+  if (record.kernel() != nullptr) return record.kernel()->call(record.params(), record.threadNumber());
   TamixConfig config;
   initTamixConfig(&config);
   config.perf_level = -1;  // leave the affinity of the test alone

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +21,17 @@ namespace tamix::test {
 inline constexpr std::array<int32_t, 47> kOperators = {0,  1,  2,  3,  4,  8,  13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
                                                        24, 25, 26, 27, 29, 30, 31, 32, 36, 37, 38, 39, 40, 42, 43, 44,
                                                        45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 61, 68};
+
+// An exported kernel, and how it is called with the record of an operator that resembles it.
+struct ExportedKernel {
+  const char* name;
+  int32_t relative;
+  int32_t format;  // what its input or output is a frame of; 0: packed pixels
+  int32_t (*call)(const TamixParams& params, int32_t num_threads);
+};
+extern const std::array<ExportedKernel, 17> kExportedKernels;
+// Kernel n counts as operator kFirstKernel + n.
+inline constexpr int32_t kFirstKernel = 1000;
 
 // Decisions read off a string of bytes; zeros behind its end.
 class Choices {
@@ -47,11 +59,37 @@ class Choices {
 // How far a record strays from a plausible call.
 enum class Manners { kPlausible, kHostile };
 
+// What a test wants of a record; what it does not say is left to the recipe.
+struct Demand {
+  int32_t width = 0;
+  int32_t height = 0;
+  std::optional<Guard> guard = std::nullopt;
+  int32_t stride = 0;       // of every image
+  bool other_type = false;  // output 0 has the element type that the operator does not give
+};
+
+// Rows of elements, `pitch` elements apart.
+struct PlaneRows {
+  int64_t count = 0;
+  int64_t pitch = 0;
+  int64_t n = 0;
+  int64_t element = 1;
+};
+
+// Plane k of an image, or what it holds before it is converted.
+struct RecordPlane {
+  TamixImage* image;
+  int32_t k;
+  PlaneRows rows;
+};
+
 class HostileRecord {
  public:
-  HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners);
+  HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners, const Demand& demand = {});
 
   int32_t operatorType() const { return operator_type_; }
+  // Null for an operator.
+  const ExportedKernel* kernel() const { return kernel_; }
   int32_t threadNumber() const { return thread_number_; }
   TamixParams& params() { return params_; }
 
@@ -61,6 +99,8 @@ class HostileRecord {
   static uint8_t patternAt(uint32_t seed, size_t i);
   // Outputs, plane by plane, and what settings point to.
   const std::vector<std::span<uint8_t>>& outputs() const { return outputs_; }
+  // The rows that the images in use declare, as their strides say now.
+  std::vector<RecordPlane> planes();
   // True where an output lies in an input's memory.
   bool sharesPlanes() const { return shares_planes_; }
   // The images and the settings that differ from their defaults.
@@ -73,13 +113,19 @@ class HostileRecord {
   void settle();
   void spoil();
   int32_t anything();
+  void completeForKernel();
+  void comply();
+  size_t bins() const;
+  PlaneRows rowsOf(bool is_input, const TamixImage& image, int32_t k) const;
   void allocate();
   void* inputPlane(size_t size, bool floats);
   void* setting(size_t size);
   GuardedBytes& plane(size_t size);
   void addNoise(std::span<uint8_t> bytes, bool floats);
 
+  const ExportedKernel* kernel_;
   int32_t operator_type_;
+  Demand demand_;
   Choices choose_;
   int32_t thread_number_;
   uint32_t noise_;
