@@ -22,61 +22,57 @@ constexpr int32_t kColumns = 20000;
 constexpr int32_t kEnd = 64;  // rows at the end, of noise; the others are white
 constexpr int32_t kBorder = 3;
 
-class LargeFrame : public testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    src_ = new Image<uint8_t>({kColumns, kRows, kColumns});
-    std::memset(src_->data(), 255, src_->elements());
+// White but for its end.
+const Image<uint8_t>& source() {
+  static const Image<uint8_t> frame = [] {
+    Image<uint8_t> made({kColumns, kRows, kColumns});
+    std::memset(made.data(), 255, made.elements());
     const auto noise = randomImage<uint8_t>({kColumns, kEnd, kColumns});
-    std::memcpy(src_->row(kRows - kEnd), noise.data(), noise.elements());
-    dst_ = new Image<uint8_t>({kColumns + 2 * kBorder, kRows + 2 * kBorder, kColumns + 2 * kBorder});
-  }
-  static void TearDownTestSuite() {
-    delete src_;
-    delete dst_;
-  }
+    std::memcpy(made.row(kRows - kEnd), noise.data(), noise.elements());
+    return made;
+  }();
+  return frame;
+}
 
-  // Rows [first, first + count) as an image of their own, which the frame's memory holds.
-  static TamixImage rows(const Image<uint8_t>& frame, int32_t first, int32_t count) {
-    TamixImage image = imageRecord(Tamix_GRAY, Tamix_UINT8, kColumns, count, 1);
-    image.data[0] = frame.row(first);
-    return image;
-  }
-  // The frame and an output of width x height in the large memory.
-  static TamixParams frame(int32_t width, int32_t height) {
-    TamixParams params;
-    initTamixParams(&params);
-    params.input[0] = rows(*src_, 0, kRows);
-    params.output[0] = imageRecord(Tamix_GRAY, Tamix_UINT8, width, height, 1);
-    params.output[0].data[0] = dst_->data();
-    return params;
-  }
+// Memory of results.
+uint8_t* result() {
+  static const GuardedBytes memory(static_cast<size_t>(kColumns + 2 * kBorder) * static_cast<size_t>(kRows + 2 * kBorder));
+  return static_cast<uint8_t*>(memory.data());
+}
 
-  // The frame's last rows are what its end gives by itself. The output is `shrunk` times smaller in both directions.
-  static void expectEndOfItsOwn(int32_t type, int32_t shrunk, void (*set)(TamixParams&)) {
-    SCOPED_TRACE("operator " + std::to_string(type));
-    const RunningOperator instance(type);
-    const int32_t width = kColumns / shrunk, height = kRows / shrunk, end_height = kEnd / shrunk;
-    TamixParams params = frame(width, height);
-    set(params);
-    ASSERT_EQ(instance.run(params), TAMIX_OK);
-    const Image<uint8_t> end({width, end_height, width});
-    params.input[0] = rows(*src_, kRows - kEnd, kEnd);
-    params.output[0] = end.record(Tamix_GRAY, Tamix_UINT8);
-    ASSERT_EQ(instance.run(params), TAMIX_OK);
-    const int32_t compared = end_height / 2;  // an edge's neighbours are others in the frame
-    const uint8_t* const last = dst_->data() + int64_t{height - compared} * width;
-    EXPECT_EQ(std::memcmp(last, end.row(end_height - compared), static_cast<size_t>(compared * width)), 0);
-  }
+TamixImage gray(uint8_t* data, int32_t width, int32_t height) {
+  TamixImage image = imageRecord(Tamix_GRAY, Tamix_UINT8, width, height, 1);
+  image.data[0] = data;
+  return image;
+}
 
-  static Image<uint8_t>* src_;
-  static Image<uint8_t>* dst_;
-};
+// The frame and a result of width x height.
+TamixParams frame(int32_t width, int32_t height) {
+  TamixParams params;
+  initTamixParams(&params);
+  params.input[0] = gray(source().data(), kColumns, kRows);
+  params.output[0] = gray(result(), width, height);
+  return params;
+}
 
-Image<uint8_t>* LargeFrame::src_ = nullptr;
-Image<uint8_t>* LargeFrame::dst_ = nullptr;
+// The frame's last rows are what its end gives by itself. The result is `shrunk` times smaller in both directions.
+void expectEndOfItsOwn(int32_t type, int32_t shrunk, void (*set)(TamixParams&)) {
+  SCOPED_TRACE("operator " + std::to_string(type));
+  const RunningOperator instance(type);
+  const int32_t width = kColumns / shrunk, height = kRows / shrunk, end_height = kEnd / shrunk;
+  TamixParams params = frame(width, height);
+  set(params);
+  ASSERT_EQ(instance.run(params), TAMIX_OK);
+  const Image<uint8_t> end({width, end_height, width});
+  params.input[0] = gray(source().row(kRows - kEnd), kColumns, kEnd);
+  params.output[0] = gray(end.data(), width, end_height);
+  ASSERT_EQ(instance.run(params), TAMIX_OK);
+  const int32_t compared = end_height / 2;  // an edge's neighbours are others in the frame
+  const uint8_t* const last = result() + int64_t{height - compared} * width;
+  EXPECT_EQ(std::memcmp(last, end.row(end_height - compared), static_cast<size_t>(compared * width)), 0);
+}
 
-TEST_F(LargeFrame, IsFilteredResizedAndMappedToItsEnd) {
+TEST(LargeFrame, IsFilteredResizedAndMappedToItsEnd) {
   const auto nothing = [](TamixParams&) {};
   const auto window = [](TamixParams& p) { p.kernel_size = 3, p.scale = 1; };
   const auto threshold = [](TamixParams& p) {
@@ -93,21 +89,21 @@ TEST_F(LargeFrame, IsFilteredResizedAndMappedToItsEnd) {
   expectEndOfItsOwn(TAMIX_OP_RESIZE_AREA, 4, nothing);
 }
 
-TEST_F(LargeFrame, IsTurnedAndBordered) {
+TEST(LargeFrame, IsTurnedAndBordered) {
   TamixParams params = frame(kColumns, kRows);
   params.op_mode = -1;
   ASSERT_EQ(RunningOperator(TAMIX_OP_FLIP).run(params), TAMIX_OK);
   for (int32_t y = 0; y < kEnd; ++y) {
-    const uint8_t* const row = src_->row(kRows - 1 - y);
-    ASSERT_TRUE(std::equal(row, row + kColumns, std::make_reverse_iterator(dst_->data() + int64_t{y + 1} * kColumns))) << y;
+    const uint8_t* const row = source().row(kRows - 1 - y);
+    ASSERT_TRUE(std::equal(row, row + kColumns, std::make_reverse_iterator(result() + int64_t{y + 1} * kColumns))) << y;
   }
 
   params = frame(kRows, kColumns);
   params.op_mode = 2;  // counter-clockwise
   ASSERT_EQ(RunningOperator(TAMIX_OP_ROTATE).run(params), TAMIX_OK);
   for (int32_t x = 0; x < kColumns; ++x) {
-    const uint8_t* const row = dst_->data() + int64_t{kColumns - 1 - x} * kRows;
-    for (int32_t y = kRows - kEnd; y < kRows; ++y) ASSERT_EQ(row[y], src_->at(y, x)) << x << ", " << y;
+    const uint8_t* const row = result() + int64_t{kColumns - 1 - x} * kRows;
+    for (int32_t y = kRows - kEnd; y < kRows; ++y) ASSERT_EQ(row[y], source().at(y, x)) << x << ", " << y;
   }
 
   const int32_t width = kColumns + 2 * kBorder, height = kRows + 2 * kBorder;
@@ -116,16 +112,16 @@ TEST_F(LargeFrame, IsTurnedAndBordered) {
   params.geom_border_type = TAMIX_BORDER_REPLICATE;
   ASSERT_EQ(RunningOperator(TAMIX_OP_COPY_MAKE_BORDER).run(params), TAMIX_OK);
   for (int32_t y = height - kEnd; y < height; ++y) {
-    const uint8_t* const row = src_->row(std::min(y - kBorder, kRows - 1));
-    const uint8_t* const made = dst_->data() + int64_t{y} * width;
+    const uint8_t* const row = source().row(std::min(y - kBorder, kRows - 1));
+    const uint8_t* const made = result() + int64_t{y} * width;
     ASSERT_EQ(std::memcmp(made + kBorder, row, kColumns), 0) << y;
     ASSERT_EQ(made[width - 1], row[kColumns - 1]) << y;
   }
 }
 
-TEST_F(LargeFrame, IsCounted) {
+TEST(LargeFrame, IsCounted) {
   uint64_t counts[256] = {};
-  for (int32_t y = kRows - kEnd; y < kRows; ++y) std::for_each_n(src_->row(y), kColumns, [&](uint8_t v) { ++counts[v]; });
+  for (int32_t y = kRows - kEnd; y < kRows; ++y) std::for_each_n(source().row(y), kColumns, [&](uint8_t v) { ++counts[v]; });
   counts[255] += uint64_t{kColumns} * static_cast<uint64_t>(kRows - kEnd);
   double sum = 0, squares = 0;
   for (size_t v = 0; v < 256; ++v) {
@@ -139,7 +135,7 @@ TEST_F(LargeFrame, IsCounted) {
   params.hist_size[0] = params.hrange_max[0] = 256;
   ASSERT_EQ(RunningOperator(TAMIX_OP_CALC_HIST).run(params), TAMIX_OK);
   uint32_t bins[256];
-  std::memcpy(bins, dst_->data(), sizeof(bins));
+  std::memcpy(bins, result(), sizeof(bins));
   EXPECT_TRUE(std::equal(bins, bins + 256, counts));
 
   params = frame(1, 1);

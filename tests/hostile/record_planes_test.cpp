@@ -6,6 +6,7 @@
 
 #include "tests/hostile/hostile_record.h"
 #include "tests/support/count.h"
+#include "tests/support/sparse_memory.h"
 
 namespace tamix::test {
 namespace {

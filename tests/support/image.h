@@ -62,7 +62,7 @@ inline TamixImage imageRecord(int32_t format, int32_t type, int32_t width, int32
 template <class T>
 class Image {
  public:
-  explicit Image(const Shape& shape, Guard guard = usualGuard())
+  explicit Image(const Shape& shape, Guard guard = Guard::kBehind)
       : shape_(shape), guard_(guard), bytes_(shape.elements() * sizeof(T), guard) {
     std::memset(bytes_.data(), 0xA5, bytes_.size());
   }
@@ -103,7 +103,7 @@ class Image {
 
 // Bytes over their whole range; floats in [-300, 300), some of them whole.
 template <class T>
-Image<T> randomImage(const Shape& shape, uint32_t seed = 1, Guard guard = usualGuard()) {
+Image<T> randomImage(const Shape& shape, uint32_t seed = 1, Guard guard = Guard::kBehind) {
   Image<T> image(shape, guard);
   std::mt19937 random(seed);
   for (size_t i = 0; i < image.elements(); ++i) {
