@@ -87,6 +87,7 @@ class HostileRecord {
  public:
   HostileRecord(int32_t operator_type, std::span<const uint8_t> recipe, Manners manners, const Demand& demand = {});
 
+  // Of a kernel: the operator that resembles it.
   int32_t operatorType() const { return operator_type_; }
   // Null for an operator.
   const ExportedKernel* kernel() const { return kernel_; }
