@@ -14,12 +14,14 @@ if [ -z "$photograph" ]; then
   photograph=$out/photograph.png
   if [ ! -e "$photograph" ]; then
     # A picture in the public domain (CC0) that a Debian package carries; unpacked, not installed.
-    (cd "$out" && apt-get download -qq python3-skimage >/dev/null && dpkg-deb -x python3-skimage_*.deb skimage)
+    (cd "$out" && apt-get download -qq -o APT::Sandbox::User=root python3-skimage >/dev/null &&
+      dpkg-deb -x python3-skimage_*.deb skimage)
     cp "$(find "$out/skimage" -name coffee.png | head -n 1)" "$photograph"
     rm -rf "$out"/skimage "$out"/python3-skimage_*.deb
   fi
 fi
 
+[ -e build/host/tools/tamix ] || echo "demo: building, a minute or two"
 cmake --preset host >/dev/null
 cmake --build --preset host --target tamix >/dev/null
 tamix=build/host/tools/tamix

@@ -6,9 +6,12 @@ for package in "$@"; do
   dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
-echo "setup: installing ${missing[*]}"
 as_root=()
-[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+if [ "$(id -u)" -ne 0 ]; then
+  as_root=(sudo)
+  command -v sudo >/dev/null || { echo "setup: as root, please: apt-get install ${missing[*]}" >&2; exit 1; }
+fi
+echo "setup: installing ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 export DEBIAN_FRONTEND=noninteractive
