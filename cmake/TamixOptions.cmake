@@ -16,50 +16,46 @@ endif()
 set(TAMIX_MARCH ${tamix_default_march} CACHE STRING "Value of -march, the vector width of the library")
 
 find_path(TAMIX_HIGHWAY_INCLUDE_DIR hwy/highway.h)
-if(NOT TAMIX_HIGHWAY_INCLUDE_DIR)
-  # Header-only: the host's copy serves a cross build too.
-  find_path(TAMIX_HIGHWAY_INCLUDE_DIR hwy/highway.h PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
+set(tamix_highway_dir ${TAMIX_HIGHWAY_INCLUDE_DIR})
+if(CMAKE_CROSSCOMPILING AND NOT TAMIX_HIGHWAY_INCLUDE_DIR)
+  # Header-only: the host's copy serves a cross build too, but without the host's C headers beside it.
+  find_path(TAMIX_HOST_HIGHWAY_INCLUDE_DIR hwy/highway.h PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
+  set(tamix_highway_dir ${PROJECT_BINARY_DIR}/highway)
+  file(MAKE_DIRECTORY ${tamix_highway_dir})
+  file(CREATE_LINK ${TAMIX_HOST_HIGHWAY_INCLUDE_DIR}/hwy ${tamix_highway_dir}/hwy SYMBOLIC)
 endif()
-if(NOT TAMIX_HIGHWAY_INCLUDE_DIR)
+if(NOT EXISTS ${tamix_highway_dir}/hwy/highway.h)
   message(FATAL_ERROR "Google Highway is needed to build: apt-get install libhwy-dev")
 endif()
 
 # Highway as headers only: one vector target, the compiler's, and no debug assertions, which would need its library.
 add_library(tamix_highway INTERFACE)
-target_include_directories(tamix_highway SYSTEM INTERFACE ${TAMIX_HIGHWAY_INCLUDE_DIR})
+target_include_directories(tamix_highway SYSTEM INTERFACE ${tamix_highway_dir})
 target_compile_definitions(tamix_highway INTERFACE HWY_COMPILE_ONLY_STATIC HWY_IS_DEBUG_BUILD=0)
 
-if(CMAKE_CROSSCOMPILING)
-  set(tamix_top_level_native OFF)
-else()
-  set(tamix_top_level_native ${PROJECT_IS_TOP_LEVEL})
-endif()
+# tamix_switch(NAME CONDITION...): NAME as set by hand, otherwise whether the condition holds now. The answer is not cached,
+# so that a folder configured before a package was installed is not stuck with it.
+macro(tamix_switch name)
+  if(NOT DEFINED ${name})
+    if(${ARGN})
+      set(${name} ON)
+    else()
+      set(${name} OFF)
+    endif()
+  endif()
+endmacro()
 
 find_path(TAMIX_CLI11_INCLUDE_DIR CLI/CLI.hpp)
 find_path(TAMIX_TURBOJPEG_INCLUDE_DIR turbojpeg.h)
 find_library(TAMIX_TURBOJPEG_LIBRARY turbojpeg)
 find_package(PNG QUIET)
-if(tamix_top_level_native AND TAMIX_CLI11_INCLUDE_DIR AND PNG_FOUND AND TAMIX_TURBOJPEG_INCLUDE_DIR AND TAMIX_TURBOJPEG_LIBRARY)
-  set(tamix_tool_default ON)
-else()
-  set(tamix_tool_default OFF)
-endif()
-option(TAMIX_BUILD_TOOL "Build the tamix command-line tool (needs CLI11, libpng, TurboJPEG)" ${tamix_tool_default})
-
-if(PROJECT_IS_TOP_LEVEL AND EXISTS /usr/src/googletest/CMakeLists.txt)
-  set(tamix_tests_default ON)
-else()
-  set(tamix_tests_default OFF)
-endif()
-option(TAMIX_BUILD_TESTS "Build the tests (needs the googletest sources)" ${tamix_tests_default})
-
 find_package(benchmark QUIET)
-if(tamix_top_level_native AND benchmark_FOUND)
-  set(tamix_bench_default ON)
-else()
-  set(tamix_bench_default OFF)
-endif()
-option(TAMIX_BUILD_BENCHMARKS "Build the benchmarks (needs Google Benchmark)" ${tamix_bench_default})
+
+# The command-line tool, the tests and the benchmarks are built where what they need is installed.
+tamix_switch(TAMIX_BUILD_TOOL PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING
+  AND TAMIX_CLI11_INCLUDE_DIR AND PNG_FOUND AND TAMIX_TURBOJPEG_INCLUDE_DIR AND TAMIX_TURBOJPEG_LIBRARY)
+tamix_switch(TAMIX_BUILD_TESTS PROJECT_IS_TOP_LEVEL AND EXISTS /usr/src/googletest/CMakeLists.txt)
+tamix_switch(TAMIX_BUILD_BENCHMARKS PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING AND benchmark_FOUND)
 
 # What everything is compiled with.
 add_library(tamix_build_flags INTERFACE)
