@@ -15,5 +15,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tamix_cameraConfigVersion
 install(FILES ${PROJECT_BINARY_DIR}/tamix_cameraConfig.cmake ${PROJECT_BINARY_DIR}/tamix_cameraConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# The pkg-config file finds the library from where it stands itself, so that the installed folder may be moved.
+file(RELATIVE_PATH pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tamix_camera.pc.in ${PROJECT_BINARY_DIR}/tamix_camera.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tamix_camera.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
