@@ -7,6 +7,8 @@ set_target_properties(tamix_camera_static PROPERTIES EXPORT_NAME camera_static)
 install(TARGETS tamix_camera tamix_camera_static EXPORT tamix_camera_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tamix DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(EXPORT tamix_camera_targets NAMESPACE tamix:: FILE tamix_cameraTargets.cmake DESTINATION ${package_dir})
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/tamix_cameraConfig.cmake.in
