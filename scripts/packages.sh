@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # Debian packages by purpose; sourced by the other scripts.
 library_packages=(g++ cmake ninja-build libhwy-dev)
 tool_packages=("${library_packages[@]}" libcli11-dev libpng-dev libturbojpeg0-dev)
