@@ -2,7 +2,7 @@
 # setup.sh PACKAGE...: installs the Debian packages that are missing; says nothing when none is.
 set -euo pipefail
 missing=()
-for package in "$@"; do
+for package in $(printf '%s\n' "$@" | sort -u); do
   dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
