@@ -58,4 +58,5 @@ for standard in c++11 c++14 c++17 c++20; do
   echo '#include "tamix/kernels.h"
 #include "tamix/framework.hpp"' | c++ -std=$standard -Wall -Wextra -pedantic -Werror -I"$source/include" -fsyntax-only -x c++ -
 done
+echo '#include "tamix/camera.hpp"' | c++ -std=c++20 -Wall -Wextra -pedantic -Werror -I"$source/include" -fsyntax-only -x c++ -
 echo "package: installed, found, linked and run"
