@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034
 # Debian packages by purpose; sourced by the other scripts.
-library_packages=(g++ cmake ninja-build libhwy-dev)
+library_packages=(g++ cmake make ninja-build libhwy-dev)
 tool_packages=("${library_packages[@]}" libcli11-dev libpng-dev libturbojpeg0-dev)
 test_packages=("${tool_packages[@]}" googletest pkg-config binutils abigail-tools zip unzip python3-numpy python3-pytest mypy)
 aarch64_packages=("${test_packages[@]}" g++-aarch64-linux-gnu qemu-user)
