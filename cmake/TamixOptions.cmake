@@ -58,6 +58,9 @@ tamix_switch(TAMIX_BUILD_TESTS PROJECT_IS_TOP_LEVEL AND EXISTS /usr/src/googlete
 tamix_switch(TAMIX_BUILD_BENCHMARKS PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING AND benchmark_FOUND)
 tamix_switch(TAMIX_INSTALL PROJECT_IS_TOP_LEVEL)
 
+# The same program from every folder: not even its build ID depends on the path to the library.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 # What everything is compiled with.
 add_library(tamix_build_flags INTERFACE)
 target_compile_features(tamix_build_flags INTERFACE cxx_std_20 c_std_99)
