@@ -3,27 +3,30 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/tamix/picture.h"
+#include "tools/tamix/request.h"
 
 namespace tamix::tool {
 
-// What the command line says besides the record's settings.
-struct Request {
-  TamixParams params;
-  int32_t num_threads = 2;
-  Size output_size;           // empty: as the operator has it
-  std::string output_format;  // empty: as the output's file name says, or as the operator has it
-  std::string output_type;    // "uint8", "float32" or empty
-  std::vector<float> matrix;  // perspective matrix, nine numbers, row by row
-  std::vector<float> points;  // x y u v of each point pair: where (x, y) goes to (u, v)
-  std::vector<double> mean;   // one for all channels, or one each
-  std::vector<double> std;
-  std::vector<int32_t> border_color;
-  std::vector<float> weights;  // of a fusion's band; empty: a linear ramp
-  double threshold = 0;
-  bool json = false;
+// Throws std::runtime_error for a status other than TAMIX_OK, naming what refused.
+void requireSuccess(int32_t status, std::string_view what);
+
+// An instance with one operator. Throws std::runtime_error where it cannot be had.
+class Runner {
+ public:
+  explicit Runner(int32_t operator_type, int32_t num_threads = 2);
+  ~Runner() { releaseTamix(&handle_); }
+  Runner(const Runner&) = delete;
+  Runner& operator=(const Runner&) = delete;
+
+  int32_t run(TamixParams& params) const { return runTamix(handle_, type_, &params); }
+
+ private:
+  TamixHandle handle_ = nullptr;
+  int32_t type_;
 };
 
 // An operator's record with everything it points to.
@@ -33,6 +36,7 @@ class Job {
 
   const Request& request() const { return request_; }
   TamixParams& params() { return params_; }
+  const TamixParams& params() const { return params_; }
   std::vector<Picture>& inputs() { return inputs_; }
   std::vector<Picture>& outputs() { return outputs_; }
   const Picture& input(size_t i = 0) const { return inputs_[i]; }
@@ -44,8 +48,8 @@ class Job {
   // Adds an output. Its element type is the request's, or else the given one.
   void addOutput(int32_t format, Size size, int32_t type = Tamix_UINT8, int32_t channels = 0);
 
-  // Runs the operator once. Returns its status; with an output of an adapted size, the record says which.
-  int32_t run(int32_t operator_type);
+  // The record with its images. It points into this job.
+  TamixParams& completedParams();
 
   // What an operator writes besides pictures.
   uint32_t count = 0;
@@ -54,7 +58,7 @@ class Job {
   double threshold = 0;
   std::vector<uint8_t> element;  // structuring element
   std::vector<uint32_t> histogram;
-  std::vector<float> solution;  // perspective matrix
+  std::vector<float> coordinates;  // of four point pairs: four x, four y, four u, four v
   std::vector<uint8_t> border_bytes;
   std::vector<float> weights;
   std::vector<float> channel_means;

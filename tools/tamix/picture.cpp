@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace tamix::tool {
 
@@ -32,6 +33,7 @@ Picture::Picture(int32_t format, int32_t type, Size size, int32_t channels)
     : format_(format), type_(type), channels_(channels), size_(size) {
   const Format& known = formatOf(format);
   if (channels_ == 0) channels_ = known.channels;
+  constexpr size_t kMostPixels = size_t{1} << 28;
   if (size.empty()) {
     throw std::runtime_error("an image of " + std::to_string(size.width) + "x" + std::to_string(size.height) + " is empty");
   }
@@ -41,6 +43,7 @@ Picture::Picture(int32_t format, int32_t type, Size size, int32_t channels)
     throw std::runtime_error(std::string(known.name) + " needs an even width and height, not " + describe());
   }
   const size_t luma = width * height;
+  if (luma > kMostPixels) throw std::runtime_error("an image of " + describe() + " is larger than tamix takes");
   size_t elements = luma * static_cast<size_t>(channels_);
   if (known.yuv) {
     elements = luma + luma / 2;
@@ -66,9 +69,17 @@ TamixImage Picture::record() {
   return image;
 }
 
+void Picture::convertToFloats() {
+  if (type_ == Tamix_FLOAT32) return;
+  const std::vector<uint8_t> values = std::move(bytes_);
+  type_ = Tamix_FLOAT32;
+  bytes_ = std::vector<uint8_t>(values.size() * sizeof(float));
+  std::ranges::copy(values, floats());
+}
+
 std::string Picture::describe() const {
   return std::to_string(size_.width) + "x" + std::to_string(size_.height) + " " + std::string(formatOf(format_).name) +
-         (type_ == Tamix_FLOAT32 ? " (float)" : "");
+         (type_ == Tamix_FLOAT32 ? " float32" : "");
 }
 
 }  // namespace tamix::tool

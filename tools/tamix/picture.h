@@ -46,6 +46,10 @@ class Picture {
 
   // The picture as an image of a record; it points into this picture.
   TamixImage record();
+  // "uint8" or "float32".
+  std::string_view elementName() const { return type_ == Tamix_FLOAT32 ? "float32" : "uint8"; }
+  // Makes floats of the same values of bytes.
+  void convertToFloats();
   // "640x480 nv21", for messages.
   std::string describe() const;
 

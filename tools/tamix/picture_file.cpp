@@ -58,22 +58,28 @@ const Layout& layoutOf(const std::string& path, const Picture& picture) {
   return *found;
 }
 
-Picture loadPNG(const std::string& path, const std::string& format_name) {
+// The format that the file's pixels are wanted in.
+int32_t wantedFormat(const RawLayout& layout, int32_t own) {
+  return layout.format.empty() ? layout.formatFor(own) : formatNamed(layout.format).value;
+}
+
+struct PngDeleter {
+  void operator()(png_image* image) const { png_image_free(image); }
+};
+
+Picture loadPNG(const std::string& path, const RawLayout& layout) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;
+  const std::unique_ptr<png_image, PngDeleter> owner(&image);
   if (png_image_begin_read_from_file(&image, path.c_str()) == 0) fail(path, image.message);
   const int32_t own = (image.format & PNG_FORMAT_FLAG_COLOR) == 0   ? Tamix_GRAY
                       : (image.format & PNG_FORMAT_FLAG_ALPHA) == 0 ? Tamix_RGB
                                                                     : Tamix_RGBA;
-  const int32_t format = format_name.empty() ? own : formatNamed(format_name).value;
-  Picture picture(format, Tamix_UINT8, {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)});
+  Picture picture(wantedFormat(layout, own), Tamix_UINT8,
+                  {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)});
   image.format = layoutOf(path, picture).png;
   const png_color black{};
-  if (png_image_finish_read(&image, &black, picture.bytes().data(), 0, nullptr) == 0) {
-    const std::string message = image.message;
-    png_image_free(&image);
-    fail(path, message);
-  }
+  if (png_image_finish_read(&image, &black, picture.bytes().data(), 0, nullptr) == 0) fail(path, image.message);
   return picture;
 }
 
@@ -91,7 +97,7 @@ struct JpegDeleter {
 };
 using Jpeg = std::unique_ptr<std::remove_pointer_t<tjhandle>, JpegDeleter>;
 
-Picture loadJPEG(const std::string& path, const std::string& format_name) {
+Picture loadJPEG(const std::string& path, const RawLayout& layout) {
   const std::vector<uint8_t> file = readFile(path);
   const Jpeg jpeg(tjInitDecompress());
   int width = 0;
@@ -102,7 +108,7 @@ Picture loadJPEG(const std::string& path, const std::string& format_name) {
     fail(path, tjGetErrorStr2(jpeg.get()));
   }
   const int32_t own = colours == TJCS_GRAY ? Tamix_GRAY : Tamix_RGB;
-  Picture picture(format_name.empty() ? own : formatNamed(format_name).value, Tamix_UINT8, {width, height});
+  Picture picture(wantedFormat(layout, own), Tamix_UINT8, {width, height});
   if (tjDecompress2(jpeg.get(), file.data(), file.size(), picture.bytes().data(), width, 0, height,
                     layoutOf(path, picture).jpeg, 0) != 0) {
     fail(path, tjGetErrorStr2(jpeg.get()));
@@ -110,15 +116,14 @@ Picture loadJPEG(const std::string& path, const std::string& format_name) {
   return picture;
 }
 
-void saveJPEG(const std::string& path, const Picture& picture) {
-  constexpr int kQuality = 92;
+void saveJPEG(const std::string& path, const Picture& picture, int quality) {
   const Jpeg jpeg(tjInitCompress());
   const Layout& layout = layoutOf(path, picture);
   const int subsampling = layout.format == Tamix_GRAY ? TJSAMP_GRAY : TJSAMP_444;
   unsigned char* compressed = nullptr;
   unsigned long size = 0;
   const int status = tjCompress2(jpeg.get(), picture.bytes().data(), picture.size().width, 0, picture.size().height,
-                                 layout.jpeg, &compressed, &size, subsampling, kQuality, 0);
+                                 layout.jpeg, &compressed, &size, subsampling, quality, 0);
   const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owner(compressed, tjFree);
   if (status != 0) fail(path, tjGetErrorStr2(jpeg.get()));
   writeFile(path, compressed, size);
@@ -158,13 +163,13 @@ bool describesItself(const std::string& path) {
 
 Picture loadPicture(const std::string& path, const RawLayout& layout) {
   if (!describesItself(path)) return loadRaw(path, layout);
-  return extensionOf(path) == "png" ? loadPNG(path, layout.format) : loadJPEG(path, layout.format);
+  return extensionOf(path) == "png" ? loadPNG(path, layout) : loadJPEG(path, layout);
 }
 
-void savePicture(const std::string& path, const Picture& picture) {
+void savePicture(const std::string& path, const Picture& picture, int jpeg_quality) {
   if (!describesItself(path)) return writeFile(path, picture.bytes().data(), picture.bytes().size());
   if (extensionOf(path) == "png") return savePNG(path, picture);
-  saveJPEG(path, picture);
+  saveJPEG(path, picture, jpeg_quality);
 }
 
 }  // namespace tamix::tool
