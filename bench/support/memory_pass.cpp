@@ -28,7 +28,7 @@ double passSeconds(const std::vector<uint8_t>& src, std::vector<uint8_t>& dst) {
     const size_t d0 = dst.size() * p / pieces;
     const size_t d1 = dst.size() * (p + 1) / pieces;
     const size_t both = std::min(s1 - s0, d1 - d0);
-    std::memcpy(dst.data() + d0, src.data() + s0, both);
+    if (both > 0) std::memcpy(dst.data() + d0, src.data() + s0, both);
     if (d1 - d0 > both) std::memset(dst.data() + d0 + both, 1, d1 - d0 - both);
     for (size_t i = s0 + both; i + 8 <= s1; i += 8) {
       uint64_t word;

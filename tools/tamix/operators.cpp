@@ -162,7 +162,7 @@ const std::vector<OperatorEntry>& operators() {
       {"count-non-zero", TAMIX_OP_COUNT_NON_ZERO, 1, 1, "gray", kBytes, "",
        "number of pixels that are not zero", {}, "", planCount, reportCount},
       {"data-type-convert", TAMIX_OP_DATA_TYPE_CONVERT, 1, 1, kAnyImage, kBoth, kBoth,
-       "bytes to floats, or floats to bytes", {}, "", planTypeConversion},
+       "bytes to floats, or floats to bytes (low 8 bits)", {}, "", planTypeConversion},
       {"dilate", TAMIX_OP_DILATE, 1, 1, kThreeChannels, kBytes, kBoth,
        "largest value of a window",
        {&kWindow, &kWindowRows, &kWindowColumns, &kShape, &kBorderType, &kBorderValue, &kIterations},

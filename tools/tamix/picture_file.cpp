@@ -71,7 +71,8 @@ Picture loadPNG(const std::string& path, const RawLayout& layout) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;
   const std::unique_ptr<png_image, PngDeleter> owner(&image);
-  if (png_image_begin_read_from_file(&image, path.c_str()) == 0) fail(path, image.message);
+  if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
+    fail(path, std::string("not a readable PNG file: ") + image.message);
   const int32_t own = (image.format & PNG_FORMAT_FLAG_COLOR) == 0   ? Tamix_GRAY
                       : (image.format & PNG_FORMAT_FLAG_ALPHA) == 0 ? Tamix_RGB
                                                                     : Tamix_RGBA;
@@ -105,7 +106,7 @@ Picture loadJPEG(const std::string& path, const RawLayout& layout) {
   int subsampling = 0;
   int colours = 0;
   if (tjDecompressHeader3(jpeg.get(), file.data(), file.size(), &width, &height, &subsampling, &colours) != 0) {
-    fail(path, tjGetErrorStr2(jpeg.get()));
+    fail(path, std::string("not a readable JPEG file: ") + tjGetErrorStr2(jpeg.get()));
   }
   const int32_t own = colours == TJCS_GRAY ? Tamix_GRAY : Tamix_RGB;
   Picture picture(wantedFormat(layout, own), Tamix_UINT8, {width, height});

@@ -31,7 +31,8 @@ std::string json(std::string_view name, const float* values, size_t count) {
   return jsonText(name) + ": [" + listed(values, count, ", ") + "]";
 }
 
-int32_t numberOf(const std::vector<float>& values, size_t i) { return static_cast<int32_t>(values[i]); }
+// A coordinate of an image; -1 for all below zero.
+int32_t coordinate(float value) { return static_cast<int32_t>(std::clamp(value, -1.0f, 1e9f)); }
 
 Size neededSize(const Job& job) {
   const Size size = job.outputSize({});
@@ -198,9 +199,9 @@ void planCut(Job& job) {
   const std::vector<float>& rectangle = job.request().rectangle;
   if (rectangle.empty()) throw std::runtime_error("give the rectangle with --rectangle X,Y,WIDTH,HEIGHT");
   const Size size = job.input().size();
-  const int32_t x = numberOf(rectangle, 0);
-  const int32_t y = numberOf(rectangle, 1);
-  const Size cut{numberOf(rectangle, 2), numberOf(rectangle, 3)};
+  const int32_t x = coordinate(rectangle[0]);
+  const int32_t y = coordinate(rectangle[1]);
+  const Size cut{coordinate(rectangle[2]), coordinate(rectangle[3])};
   if (x < 0 || y < 0 || cut.empty() || cut.width > size.width - x || cut.height > size.height - y) {
     throw std::runtime_error("the rectangle lies outside the image of " + job.input().describe());
   }
