@@ -5,20 +5,16 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/packages.sh
 . scripts/packages.sh
+# shellcheck source=scripts/photographs.sh
+. scripts/photographs.sh
 scripts/setup.sh "${demo_packages[@]}"
 out=out/demo
 mkdir -p "$out"
 
 photograph=${1:-}
 if [ -z "$photograph" ]; then
-  photograph=$out/photograph.png
-  if [ ! -e "$photograph" ]; then
-    # A picture in the public domain (CC0) that a Debian package carries; unpacked, not installed.
-    (cd "$out" && apt-get download -qq -o APT::Sandbox::User=root python3-skimage >/dev/null &&
-      dpkg-deb -x python3-skimage_*.deb skimage)
-    cp "$(find "$out/skimage" -name coffee.png | head -n 1)" "$photograph"
-    rm -rf "$out"/skimage "$out"/python3-skimage_*.deb
-  fi
+  photograph=out/photographs/coffee.png # in the public domain (CC0), by Rachel Michetti
+  photograph python3-skimage coffee.png "$photograph"
 fi
 
 [ -e build/host/tools/tamix ] || echo "demo: building, a minute or two"
