@@ -118,6 +118,8 @@ TEST(CalcHistCPUUINT8, CountsNothingInAnImageOfNegativeSizes) {
   EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine("runtime/cpu/arm/uint8/calchist_cpu_uint8.cpp", "calcHistCPUUINT8",
                                                              "number_sum != height * width: 0 != 20")});
   EXPECT_EQ(hist[0] + hist[1], 0u);
+  // Nor where the product is 2^32.
+  EXPECT_EQ(calcHistCPUUINT8(&byte, hist, -65536, -65536, 1, 1, 1, &zero, &one, &zero, &two, 1), TAMIX_ERR_INVALID_CALL);
 }
 
 TEST(CalcHistCPUUINT8, RefusesWhatItCannotCount) {

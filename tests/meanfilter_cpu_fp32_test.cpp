@@ -147,6 +147,11 @@ TEST(MeanFilterCPU, WritesFloatsPackedOrConvertsThem) {
     const auto byte = static_cast<uint8_t>(block && mean < 0 ? 0 : static_cast<int>(mean));
     ASSERT_EQ(bytes.data()[i], byte) << i << " " << mean;
   }
+  const FailingMemalign failing(0, true);
+  EXPECT_EQ(filter.run(params), TAMIX_ERR_NO_MEMORY);
+  // Of bytes there is no mean, in whatever output.
+  params.input[0] = bytes.record(Tamix_GRAY, Tamix_UINT8);
+  EXPECT_EQ(filter.run(params), TAMIX_ERR_UNSUPPORTED);
 }
 
 }  // namespace

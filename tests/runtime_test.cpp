@@ -54,6 +54,11 @@ TEST(RuntimeRegistry, ReportsAbsentAndFailingCreators) {
   EXPECT_EQ(log.messages(), Lines{"create runtime 6"});
 }
 
+class NoOperators final : public Runtime::OperatorCreator {
+ public:
+  Operator* create(Runtime* /*runtime*/) const override { return nullptr; }
+};
+
 TEST(CPURuntime, TakesThreadNumberAndTableFromItsConfiguration) {
   RuntimeConfig config = cpuConfig(3);
   config.device_flag_0 = true;
@@ -72,9 +77,14 @@ TEST(CPURuntime, TakesThreadNumberAndTableFromItsConfiguration) {
   LogCapture log;
   EXPECT_EQ(runtime->createOperator(5), nullptr);
   addCPUOperator(77, nullptr);
+  static const NoOperators no_operators;
+  addCPUOperator(TAMIX_OP_ADD, &no_operators);  // the first one stays
+  EXPECT_NE(std::unique_ptr<Operator>(runtime->createOperator(TAMIX_OP_ADD)), nullptr);
   EXPECT_EQ(log.errors(),
             (Lines{errorLine("runtime/cpu/cpu_runtime.cpp", "createOperator", "Cannot found operator 5 in cpu operator map."),
-                   errorLine("runtime/cpu/cpu_runtime.cpp", "addCPUOperator", "Recieved null operator creator.")}));
+                   errorLine("runtime/cpu/cpu_runtime.cpp", "addCPUOperator", "Recieved null operator creator."),
+                   errorLine("runtime/cpu/cpu_runtime.cpp", "addCPUOperator",
+                             "operator 32 in cpu operator map has already existed.")}));
 }
 
 TEST(CPUIntermediateBuffer, HandsOutBlocksOnlyDuringARun) {

@@ -140,6 +140,10 @@ TEST(GetStructuringElementCPU, ChecksShapeAndSizeAndCentresTheAnchor) {
   params.morph_shape = TAMIX_MORPH_ELLIPSE;
   EXPECT_EQ(element.run(params), TAMIX_OK);
   EXPECT_EQ(bytes.at(0, 0), 1);
+  // A float input does not make floats of an output of bytes.
+  params.input[0].type = Tamix_FLOAT32;
+  EXPECT_EQ(element.run(params), TAMIX_OK);
+  EXPECT_EQ(image.at(0, 0), 0xA5);
 }
 
 }  // namespace

@@ -228,6 +228,56 @@ TEST(InitTamix, FallsBackToTheCPUForOtherDevices) {
   }
 }
 
+// A runtime of device 4 that cannot be set up, or of device 5 that knows no operators.
+class BareRuntime final : public Runtime {
+ public:
+  BareRuntime(RuntimeConfig& config, bool works) : Runtime(config), works_(works) {}
+  bool init() override { return works_; }
+  Operator* createOperator(int32_t /*type*/) override { return nullptr; }
+  int32_t runOperator(int32_t /*type*/, TamixParams* /*params*/) override { return TAMIX_OK; }
+
+ private:
+  bool works_;
+};
+
+class BareCreator final : public RuntimeCreator {
+ public:
+  explicit BareCreator(bool works) : works_(works) {}
+  Runtime* create(RuntimeConfig& config) const override { return new BareRuntime(config, works_); }
+
+ private:
+  bool works_;
+};
+
+TEST(InitTamix, LeavesAnInstanceThatRefusesEverythingWhereARuntimeFails) {
+  static const BareCreator failing(false), working(true);
+  ASSERT_TRUE(insertTamixRuntimeCreator(static_cast<TamixDeviceType>(4), &failing));
+  ASSERT_TRUE(insertTamixRuntimeCreator(static_cast<TamixDeviceType>(5), &working));
+  registerIdleOperators();
+  TamixConfig config = quietConfig();
+  config.runtime = 4;
+  TamixHandle handle = nullptr;
+  ASSERT_EQ(initTamix(&handle, &config), TAMIX_ERR_RUNTIME);
+  ASSERT_NE(handle, nullptr);
+  TamixParams params;
+  initTamixParams(&params);
+  LogCapture log;
+  EXPECT_EQ(registTamixOperator(handle, 900), TAMIX_ERR_INVALID_INSTANCE);
+  EXPECT_EQ(runTamix(handle, 900, &params), TAMIX_ERR_INVALID_INSTANCE);
+  EXPECT_EQ(log.errors(), (Lines{errorLine(kInstance, "registCVFunction", "TamixInstance invalid!"),
+                                 errorLine(kInstance, "runTamix", "TamixInstance invalid!")}));
+  EXPECT_EQ(releaseTamix(&handle), TAMIX_OK);
+
+  // Operators that another device has not got run on the CPU.
+  config.runtime = 5;
+  config.log_level = 0;
+  const Instance other(config);
+  log.clear();
+  EXPECT_EQ(registTamixOperator(other, 900), TAMIX_OK);
+  EXPECT_EQ(log.messages(), Lines{"regist cvfunction 900 in CPU runtime"});
+  EXPECT_EQ(registTamixOperator(other, 901), TAMIX_ERR_CREATE_OPERATOR);
+}
+
 TEST(Registration, KeepsTheFirstOfATypeAndDropsAllAfterAFailure) {
   registerIdleOperators();
   Instance instance;
