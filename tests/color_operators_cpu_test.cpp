@@ -97,7 +97,15 @@ TEST(ColorToYUVCPU, Refuses) {
                      dst.width = dst.width_stride = 2;
                      dst.height = dst.height_stride = 12;
                    },
-                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (4, 16) and (12, 2)"}});
+                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (4, 16) and (12, 2)"},
+                  {"room for all of an odd row's chroma but its last byte",
+                   [](TamixImage& src, TamixImage& dst) {
+                     src.width = 9;
+                     src.height = 2;
+                     dst.width = dst.height = dst.height_stride = 4;
+                     dst.width_stride = 5;
+                   },
+                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (2, 9) and (4, 4)"}});
 }
 
 TEST(ColorToGrayCPU, Refuses) {
