@@ -101,6 +101,15 @@ TEST(CalcHistCPUUINT8, CountsEveryLayoutOfBins) {
   }
 }
 
+// More than 65536 equal pairs, in a row and apart, in a large gray image.
+TEST(CalcHistCPUUINT8, CountsMoreEqualPairsThanSixteenBits) {
+  const Image<uint8_t> image = Image<uint8_t>({1024, 512, 1024}).fill([](int32_t y, size_t i) {
+    return y < 256 ? 7 + i % 2 : i % 8 < 6 ? 20 + i % 2 : 90;
+  });
+  const Bins bins = {1, {0}, {256}};
+  EXPECT_EQ(histogram(image, bins), histogramModel(image, bins));
+}
+
 TEST(CalcHistCPUUINT8, DividesByEveryStepExactly) {
   const Image<uint8_t> image = Image<uint8_t>({256, 2, 256, 3}).fill([](int32_t, size_t i) { return i / 3 + i % 3 * 85; });
   for (int32_t size = 1; size <= 256; ++size) {

@@ -1,5 +1,6 @@
 // Entry points: every check in its order, the life of an instance, and the defaults of the records byte by byte.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdint>
 #include <cstring>
@@ -341,7 +342,17 @@ TEST(Memory, AlignsByModeAndIsFreedAtOnce) {
   const std::string outer = errorLine(kInterface, "requestTamixMemory", "memory requestion failed");
   EXPECT_EQ(log.errors(), (Lines{inner, outer, errorLine(kInterface, "requestTamixMemory", "recieved illegal handel 0"), inner,
                                  outer, errorLine(kInterface, "releaseTamixMemory", "recieved illegal handel 0")}));
+  const auto allocated = [] {
+    const auto info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+  };
+  const size_t before = allocated();
+  ASSERT_NE(requestTamixMemory(instance, 4'000'000, 1), nullptr);
+  const size_t with_block = allocated();
   releaseTamixMemory(instance);
+  if (with_block > before) {  // the sanitizers' memory is not counted
+    EXPECT_LE(allocated() + 4'000'000, with_block);
+  }
   EXPECT_NE(requestTamixMemory(instance, 1, 1), nullptr);  // the sanitizers see whether it is freed with the instance
 }
 
