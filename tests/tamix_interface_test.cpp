@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "inference/runtime/cpu/cpu_runtime.h"
 #include "tamix/tamix.h"
 #include "tests/support/allocation.h"
+#include "tests/support/image.h"
 #include "tests/support/log_capture.h"
 
 namespace tamix::test {
@@ -20,23 +22,28 @@ using Lines = std::vector<std::string>;
 const std::string kInterface = "tamix/src/tamix_interface.cpp";
 const std::string kInstance = "core/tamix_instance.cpp";
 
-// An operator that does nothing; type 900. Types 901 and 902 cannot be created.
+// An operator that does nothing; type 900. Types 901 and 902 cannot be created, for 904 there is no memory.
 class IdleOperator final : public Operator {
  public:
+  static constexpr int32_t kNoMemory = 99;
   explicit IdleOperator(Runtime* runtime) : Operator(runtime) { ++alive; }
   ~IdleOperator() override { --alive; }
-  int32_t forward(TamixParams* /*params*/) override { return TAMIX_ERR_ILLEGAL_RECT; }
+  int32_t forward(TamixParams* params) override {
+    if (params->op_mode == kNoMemory) throw std::bad_alloc();
+    return TAMIX_ERR_ILLEGAL_RECT;
+  }
   int32_t threads() const { return threadNumber(); }
   static inline int alive = 0;
 };
 
-enum class Creation { kReady, kNotReady, kNull };
+enum class Creation { kReady, kNotReady, kNull, kNoMemory };
 
 class IdleCreator final : public Runtime::OperatorCreator {
  public:
   explicit IdleCreator(Creation creation) : creation_(creation) {}
   Operator* create(Runtime* runtime) const override {
     if (creation_ == Creation::kNull) return nullptr;
+    if (creation_ == Creation::kNoMemory) throw std::bad_alloc();
     auto* const made = new IdleOperator(runtime);
     if (creation_ == Creation::kReady) made->setReady();
     return made;
@@ -48,11 +55,13 @@ class IdleCreator final : public Runtime::OperatorCreator {
 
 void registerIdleOperators() {
   static const bool once = [] {
-    static const IdleCreator ready(Creation::kReady), not_ready(Creation::kNotReady), null(Creation::kNull);
+    static const IdleCreator ready(Creation::kReady), not_ready(Creation::kNotReady), null(Creation::kNull),
+        no_memory(Creation::kNoMemory);
     addCPUOperator(900, &ready);
     addCPUOperator(901, &not_ready);
     addCPUOperator(902, &null);
     addCPUOperator(903, &ready);
+    addCPUOperator(904, &no_memory);
     return true;
   }();
   (void)once;
@@ -308,6 +317,25 @@ TEST(Registration, KeepsTheFirstOfATypeAndDropsAllAfterAFailure) {
   EXPECT_EQ(errors[3], errorLine(kInstance, "runTamix", "operator 900 has not been registed."));
   releaseTamix(instance.address());
   EXPECT_EQ(IdleOperator::alive, 0);
+}
+
+TEST(EntryPoints, ReportThatMemoryRanOutInside) {
+  registerIdleOperators();
+  const Instance instance;
+  LogCapture log;
+  EXPECT_EQ(registTamixOperator(instance, 904), TAMIX_ERR_NO_MEMORY);
+  ASSERT_EQ(registTamixOperator(instance, 900), TAMIX_OK);
+  TamixParams params;
+  initTamixParams(&params);
+  uint8_t pixel = 0;
+  params.output[0] = imageRecord(Tamix_GRAY, Tamix_UINT8, 1, 1, 1);
+  params.output[0].data[0] = &pixel;
+  params.op_mode = IdleOperator::kNoMemory;
+  EXPECT_EQ(runTamix(instance, 900, &params), TAMIX_ERR_NO_MEMORY);
+  EXPECT_EQ(log.errors(), (Lines{errorLine(kInterface, "registTamixOperator", "failed to allocate memory"),
+                                 errorLine(kInterface, "runTamix", "failed to allocate memory")}));
+  params.op_mode = 0;
+  EXPECT_EQ(runTamix(instance, 900, &params), TAMIX_ERR_ILLEGAL_RECT);
 }
 
 TEST(RunTamix, ChecksHandleThenRecordThenOperator) {
