@@ -2,8 +2,8 @@
 
 option(TAMIX_WERROR "Treat warnings as errors" OFF)
 option(TAMIX_PRECOMPILE_HEADERS "Compile common headers once: faster, but a file may then miss an include of its own" OFF)
-option(TAMIX_COVERAGE "Count executed lines and branches of the library" OFF)
 set(TAMIX_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+set(TAMIX_COVERAGE "" CACHE FILEPATH "Clang's profile library, to count executed lines and branches (scripts/coverage.sh)")
 
 # The vector target: this machine's on a native build, the architecture's baseline on a cross build. AES stands for the
 # Highway targets that name it; no instruction of it is generated on its own.

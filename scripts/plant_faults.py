@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Plants the faults of tests/faults.toml one at a time in a copy of the tree, and finds the test that catches each.
 
-    scripts/plant_faults.py           all faults; writes docs/planted_faults.md
-    scripts/plant_faults.py WORD ...  the faults with one of the words in their text; writes nothing
+    scripts/plant_faults.py           all faults
+    scripts/plant_faults.py WORD ...  those with one of the words in their text or file name
 
-Ends with 1 where a fault is not caught. The copy stays in build/faults. Programs that a fault names are tried first, then the
+Writes what it finds into docs/planted_faults.md. Ends with 1 where a fault is not caught. The copy stays in build/faults. Programs that a fault names are tried first, then the
 rest of the suite. With ccache, name it in the environment: CMAKE_CXX_COMPILER_LAUNCHER=ccache.
 """
 
@@ -53,9 +53,12 @@ class Suite:
 
     def __init__(self, preset):
         self.preset = preset
-        checked("cmake", "--preset", preset)
-        listing = json.loads(run("ctest", "--preset", preset, "--show-only=json-v1").stdout)
         self.commands = {}
+        checked("cmake", "--preset", preset)
+
+    def list_commands(self):
+        """The commands of all programs that are built by now."""
+        listing = json.loads(run("ctest", "--preset", self.preset, "--show-only=json-v1").stdout)
         for test in listing["tests"]:
             if "command" not in test or test["name"] in SKIPPED:
                 continue
@@ -66,7 +69,9 @@ class Suite:
 
     def build(self, tests=None):
         targets = ["--target", *{test.split(".")[0] for test in tests}] if tests else []
-        return run("cmake", "--build", "--preset", self.preset, *targets)
+        built = run("cmake", "--build", "--preset", self.preset, *targets)
+        self.list_commands()
+        return built
 
     def failure(self, test):
         """What is wrong in a test, or None."""
@@ -111,6 +116,27 @@ def catch(fault, suite):
         path.write_text(original)
 
 
+def row_start(fault):
+    place = fault["file"] + (" (AArch64)" if fault.get("preset") == "aarch64" else "")
+    return f"| {fault['what']} | {place} | "
+
+
+def read_table():
+    """What catches the faults, by the start of their rows, as far as it was found before."""
+    rows = TABLE.read_text().splitlines() if TABLE.exists() else []
+    return {start + "| ": found for start, found in (row[:-2].rsplit("| ", 1) for row in rows if row.count(" | ") >= 2)}
+
+
+def write_table(faults, table):
+    known = [fault for fault in faults if row_start(fault) in table]
+    caught = sum(table[row_start(fault)] != "**not caught**" for fault in known)
+    lines = ["# Planted faults", "",
+             "Made by `scripts/plant_faults.py`: each fault of `tests/faults.toml` stands alone in a copy of the tree, and the",
+             f"test command's programs run until one fails. {len(known)} faults, {caught} caught.", "",
+             "| fault | file below `inference/` | caught by |", "|---|---|---|"]
+    TABLE.write_text("\n".join(lines + [f"{row_start(fault)}{table[row_start(fault)]} |" for fault in known]) + "\n")
+
+
 def main():
     faults = tomllib.loads((ROOT / "tests" / "faults.toml").read_text())["fault"]
     words = sys.argv[1:]
@@ -125,24 +151,18 @@ def main():
         if built.returncode != 0 or (failure := suites[preset].first_failure(named)):
             sys.exit(f"without any fault: {built.stdout[-4000:] if built.returncode else failure}")
 
-    rows = []
+    table = read_table()
+    missed = 0
     for fault in chosen:
         start = time.monotonic()
         preset = fault.get("preset", "host")
         line, found = catch(fault, suites[preset])
-        print(f"{'ok ' if found else 'NOT CAUGHT'} {fault['what']} ({fault['file']}:{line}): {found or ''} "
+        missed += found is None
+        print(f"{'caught' if found else 'NOT CAUGHT'}: {fault['what']} ({fault['file']}:{line}): {found or ''} "
               f"[{time.monotonic() - start:.0f} s]", flush=True)
-        rows.append((fault["what"], fault["file"] + (" (AArch64)" if preset == "aarch64" else ""), found))
-
-    missed = sum(found is None for _, _, found in rows)
-    print(f"{len(rows)} faults, {len(rows) - missed} caught")
-    if not words:
-        lines = ["# Planted faults", "",
-                 "Made by `scripts/plant_faults.py`: each fault of `tests/faults.toml` stands alone in a copy of the tree, and the",
-                 f"test command's programs run until one fails. {len(rows)} faults, {len(rows) - missed} caught.", "",
-                 "| fault | file below `inference/` | caught by |", "|---|---|---|"]
-        lines += [f"| {what} | {file} | {found or '**not caught**'} |" for what, file, found in rows]
-        TABLE.write_text("\n".join(lines) + "\n")
+        table[row_start(fault)] = found or "**not caught**"
+    print(f"{len(chosen)} faults, {len(chosen) - missed} caught")
+    write_table(faults, table)
     return 1 if missed else 0
 
 
