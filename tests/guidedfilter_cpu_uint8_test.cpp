@@ -231,6 +231,27 @@ TEST(GuidedFilterCPUUINT8, ReportsEveryFailedAllocationAndWorksAfterwards) {
   EXPECT_TRUE(sameBytes(dst, guidedModel(guide, p, dst)));
 }
 
+TEST(GuidedFilterCPUUINT8, RefusesShapesAndLeavesEmptyImagesAlone) {
+  const Image<uint8_t> image = scene({8, 6, 8, 3}, 7);
+  const struct {
+    int32_t guide_height, guide_width, height, width, dst_height, dst_width, channel, status;
+  } cases[] = {{6, 8, 6, 8, 6, 8, 4, TAMIX_ERR_UNSUPPORTED},
+               {6, 8, 6, 8, 5, 8, 3, TAMIX_ERR_UNSUPPORTED},
+               {6, 8, 6, 8, 6, 7, 3, TAMIX_ERR_UNSUPPORTED},
+               {0, 8, 6, 8, 0, 8, 3, TAMIX_OK},
+               {6, -1, 6, 8, 6, -1, 3, TAMIX_OK},
+               {6, 8, -1, 8, 6, 8, 3, TAMIX_OK},
+               {6, 8, 6, 0, 6, 8, 3, TAMIX_OK}};
+  for (const auto& c : cases) {
+    Image<uint8_t> dst({8, 6, 8, 3});
+    const Image<uint8_t> before(dst);
+    EXPECT_EQ(guidedFilterCPUUINT8(image.data(), c.guide_height, c.guide_width, 8, image.data(), c.height, c.width, 8,
+                                   dst.data(), c.dst_height, c.dst_width, 8, c.channel, -1, 1),
+              c.status);
+    EXPECT_TRUE(sameBytes(dst, before));
+  }
+}
+
 struct Refusal {
   const char* what;
   void (*change)(TamixParams&);
