@@ -63,6 +63,25 @@ Files processor(const std::string& name) {
   } else if (name == "HugeCpuinfo") {  // long lines, more processors than a CPU set has bits
     files["/proc/cpuinfo"] = std::string(5000, 'x') + "\n" + cpuinfo(3000);
   }
+  if (name == "EmptyFiles") {
+    files["/proc/cpuinfo"] = "";
+    files[maxFreqPath(0)] = "";
+  } else if (name == "TruncatedFiles") {  // the last line of each ends too early
+    files["/proc/cpuinfo"] = cpuinfo(3) + "processor\t: 3\nproces";
+    files[statsPath(0)] = "1000000 5\n2000000";
+    files[globalStatsPath(1)] = "9";
+    files[maxFreqPath(2)] = "";
+  } else if (name == "BinaryFiles") {
+    std::string noise;
+    for (uint32_t i = 0; i < 100000; ++i) noise += static_cast<char>((i * 0x9E3779B1u) >> 24);
+    files["/proc/cpuinfo"] = noise + std::string(1, '\0') + "\n" + cpuinfo(3) + noise;
+    files[globalStatsPath(0)] = files[statsPath(1)] = files[maxFreqPath(2)] = "\xff" + noise;
+  } else if (name == "HugeFiles") {
+    files["/proc/cpuinfo"] = cpuinfo(3) + std::string(10000000, 'p');
+    for (int i = 0; i < 200000; ++i) files[globalStatsPath(0)] += std::to_string(1000000 + i) + " 99999999999999999999\n";
+    files[maxFreqPath(1)] = std::string(1000000, '9');
+    files[maxFreqPath(2)] = std::string(1000000, '0') + "500000";
+  }
   return files;  // NoCpuinfo: no file at all
 }
 
@@ -90,7 +109,7 @@ extern "C" FILE* fopen(const char* path, const char* mode) {
   const auto found = files.find(path);
   if (found == files.end()) return nullptr;
   FILE* const file = std::tmpfile();
-  std::fputs(found->second.c_str(), file);
+  std::fwrite(found->second.data(), 1, found->second.size(), file);
   std::rewind(file);
   return file;
 }
@@ -185,13 +204,37 @@ TEST(Topology, OfflineCores) {
 }
 
 TEST(Topology, UnknownProcessors) {
-  if (!playing("NoCpuinfo") && !playing("NoProcessors")) GTEST_SKIP() << "played by a run of its own";
+  if (!playing("NoCpuinfo") && !playing("NoProcessors") && !playing("EmptyFiles")) GTEST_SKIP() << "played by a run of its own";
   LogCapture log;
   EXPECT_EQ(getNumThreads(0, 4), -1);
   EXPECT_EQ(getNumThreads(2, 4), -1);
   EXPECT_EQ(getNumThreads(-1, 6), 6);
   EXPECT_EQ(log.errors(), Lines(2, errorLine(kFile, "getNumThreads", "global_cpu_count is less than 1")));
   EXPECT_TRUE(bound_sets.empty());
+}
+
+// What cannot be read is slow; what can be counts.
+TEST(Topology, TruncatedFiles) {
+  PLAY_ONLY("TruncatedFiles");
+  LogCapture log;
+  EXPECT_EQ(getNumThreads(2, 1), 2);
+  EXPECT_EQ(bound_sets, (std::vector<Ids>{{0, 1}}));
+  EXPECT_EQ(log.errors(), Lines{errorLine(kFile, "getMaxFreqKHZ", "Unable to get cpuinfo_max_freq!")});
+}
+
+TEST(Topology, BinaryFiles) {
+  PLAY_ONLY("BinaryFiles");
+  LogCapture log;
+  EXPECT_EQ(getNumThreads(0, 1), 3);
+  EXPECT_EQ(bound_sets, (std::vector<Ids>{{0, 1, 2}}));
+  EXPECT_EQ(log.errors(), Lines{errorLine(kFile, "getMaxFreqKHZ", "Unable to get cpuinfo_max_freq!")});
+}
+
+TEST(Topology, HugeFiles) {
+  PLAY_ONLY("HugeFiles");
+  EXPECT_EQ(getNumThreads(0, 1), 3);
+  EXPECT_EQ(getNumThreads(1, 1), 1);
+  EXPECT_EQ(bound_sets[1].size(), 1u);
 }
 
 TEST(Topology, HugeCpuinfo) {

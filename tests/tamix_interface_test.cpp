@@ -1,9 +1,10 @@
 // Entry points: every check in its order, the life of an instance, and the defaults of the records byte by byte.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "inference/runtime/cpu/cpu_runtime.h"
 #include "tamix/tamix.h"
 #include "tests/support/allocation.h"
+#include "tests/support/count.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
 
@@ -360,28 +362,99 @@ TEST(Memory, AlignsByModeAndIsFreedAtOnce) {
   EXPECT_EQ(reinterpret_cast<uintptr_t>(requestTamixMemory(instance, 100, 2)) % 16, 0u);
   LogCapture log;
   EXPECT_EQ(requestTamixMemory(instance, 100, 3), nullptr);
+  EXPECT_EQ(requestTamixMemory(instance, 0xffffffff, -1), nullptr);
   EXPECT_EQ(requestTamixMemory(nullptr, 100, 0), nullptr);
-  {
-    const FailingMemalign failing(0);
-    EXPECT_EQ(requestTamixMemory(instance, 100, 0), nullptr);
-  }
   releaseTamixMemory(nullptr);
   const std::string inner = errorLine(kInstance, "requestMemoryBuffer", "Memory allocation failed");
   const std::string outer = errorLine(kInterface, "requestTamixMemory", "memory requestion failed");
-  EXPECT_EQ(log.errors(), (Lines{inner, outer, errorLine(kInterface, "requestTamixMemory", "recieved illegal handel 0"), inner,
-                                 outer, errorLine(kInterface, "releaseTamixMemory", "recieved illegal handel 0")}));
-  const auto allocated = [] {
-    const auto info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-  };
-  const size_t before = allocated();
+  EXPECT_EQ(log.errors(),
+            (Lines{inner, outer, inner, outer, errorLine(kInterface, "requestTamixMemory", "recieved illegal handel 0"),
+                   errorLine(kInterface, "releaseTamixMemory", "recieved illegal handel 0")}));
+  const int64_t live_before = liveBytes();
   ASSERT_NE(requestTamixMemory(instance, 4'000'000, 1), nullptr);
-  const size_t with_block = allocated();
   releaseTamixMemory(instance);
-  if (with_block > before) {  // the sanitizers' memory is not counted
-    EXPECT_LE(allocated() + 4'000'000, with_block);
-  }
+  EXPECT_LT(liveBytes(), live_before);
   EXPECT_NE(requestTamixMemory(instance, 1, 1), nullptr);  // the sanitizers see whether it is freed with the instance
+}
+
+TEST(Memory, SurvivesFailedAllocationsAndThousandsOfBlocks) {
+  const int64_t live_before = liveBytes();
+  {
+    Instance instance;
+    LogCapture log;
+    const std::string outer = errorLine(kInterface, "requestTamixMemory", "memory requestion failed");
+    for (const int32_t mode : {0, 1, 2}) {
+      for (const std::string& inner : {errorLine(kInstance, "requestMemoryBuffer", "Memory allocation failed"),
+                                       errorLine(kInterface, "requestTamixMemory", "failed to allocate memory")}) {
+        Instance fresh;  // has no list of blocks yet
+        log.clear();
+        {
+          const FailingAllocation failing(inner.ends_with("Memory allocation failed") ? 0 : 1);
+          EXPECT_EQ(requestTamixMemory(fresh, 100, mode), nullptr);
+        }
+        EXPECT_EQ(log.errors(), (Lines{inner, outer}));
+        EXPECT_NE(requestTamixMemory(fresh, 100, mode), nullptr);
+      }
+      EXPECT_NE(requestTamixMemory(instance, 0, mode), nullptr);
+      if (void* const huge = requestTamixMemory(instance, 0xffffffff, mode)) static_cast<uint8_t*>(huge)[0xfffffffe] = 1;
+    }
+    for (uint32_t i = 0; i < 5000; ++i) ASSERT_NE(requestTamixMemory(instance, i % 100, static_cast<int32_t>(i % 3)), nullptr);
+  }
+  EXPECT_EQ(liveBytes(), live_before);
+}
+
+size_t openFiles() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+TEST(Instance, LeavesNothingBehind) {
+  const long lives = countFromEnvironment("TAMIX_TEST_LIVES", 500);
+  const auto live = [](long i) {
+    TamixConfig config = quietConfig();
+    config.log_level = 5;
+    config.runtime = i % 5 == 0 ? 3 : 0;
+    config.num_threads = static_cast<int32_t>(i % 4);
+    TamixHandle handle = nullptr;
+    ASSERT_EQ(initTamix(&handle, &config), TAMIX_OK);
+    for (int32_t type = static_cast<int32_t>(i % 9); type < 70; type += 9) registTamixOperator(handle, type);
+    TamixParams params;
+    initTamixParams(&params);
+    EXPECT_NE(runTamix(handle, static_cast<int32_t>(i % 70), &params), TAMIX_OK);
+    for (const int32_t mode : {0, 1, 2, 3}) requestTamixMemory(handle, 1000, mode);
+    setTamixCPUAffinity(handle, 0, 4);
+    if (i % 2 == 0) releaseTamixMemory(handle);
+    ASSERT_EQ(releaseTamix(&handle), TAMIX_OK);
+  };
+  live(0);  // finds out about the processors
+  const int64_t live_before = liveBytes();
+  const size_t open_before = openFiles();
+  for (long i = 0; i < lives; ++i) live(i);
+  EXPECT_EQ(liveBytes(), live_before);
+  EXPECT_EQ(openFiles(), open_before);
+}
+
+// Without a runtime the instance is invalid: it refuses everything but to be released.
+TEST(InvalidInstance, RefusesEveryCall) {
+  const TamixConfig config = quietConfig();
+  TamixHandle handle = nullptr;
+  LogCapture log(4);
+  {
+    const FailingAllocation failing(1);
+    ASSERT_EQ(initTamix(&handle, &config), TAMIX_ERR_RUNTIME);
+  }
+  ASSERT_NE(handle, nullptr);
+  TamixParams params;
+  initTamixParams(&params);
+  log.clear();
+  EXPECT_EQ(registTamixOperator(handle, 19), TAMIX_ERR_INVALID_INSTANCE);
+  EXPECT_EQ(runTamix(handle, 19, &params), TAMIX_ERR_INVALID_INSTANCE);
+  EXPECT_EQ(log.errors(), (Lines{errorLine(kInstance, "registCVFunction", "TamixInstance invalid!"),
+                                 errorLine(kInstance, "runTamix", "TamixInstance invalid!")}));
+  EXPECT_EQ(setTamixCPUAffinity(handle, -1, 3), 3);
+  EXPECT_NE(requestTamixMemory(handle, 8, 0), nullptr);
+  releaseTamixMemory(handle);
+  EXPECT_EQ(releaseTamix(&handle), TAMIX_OK);
 }
 
 TEST(ReleaseTamix, ClearsTheHandleAndRefusesASecondCall) {

@@ -1,6 +1,7 @@
 #include "tests/hostile/hostile_record.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -102,6 +103,47 @@ float oddFloat(uint32_t noise) {
   return kOdd[noise % std::size(kOdd)];
 }
 
+// The integers that an operator reads.
+std::span<int32_t TamixParams::*const> settingsOf(int32_t operator_type) {
+  using P = TamixParams;
+  static constexpr int32_t P::*kAll[] = {
+      &P::morph_shape, &P::morph_type,   &P::iterations, &P::kernel_size,   &P::kernel_height,    &P::kernel_width,
+      &P::border_type, &P::border_value, &P::abs_output, &P::interpolation, &P::geom_border_type, &P::geom_border_value,
+      &P::op_mode,     &P::reorder,      &P::hist_dims,  &P::thresh_type,   &P::fuse_overlap,     &P::fuse_direction};
+  const std::span all(kAll);
+  switch (operator_type) {
+    case TAMIX_OP_ERODE:
+    case TAMIX_OP_DILATE:
+    case TAMIX_OP_MORPHOLOGY_EX:
+    case TAMIX_OP_GET_STRUCTURING_ELEMENT:
+      return all.subspan(0, 8);
+    case TAMIX_OP_GAUSSIAN_FILTER:
+    case TAMIX_OP_MEAN_FILTER:
+    case TAMIX_OP_LAPLACIAN_FILTER:
+    case TAMIX_OP_GUIDED_FILTER:
+      return all.subspan(3, 6);
+    case TAMIX_OP_WARP_PERSPECTIVE:
+    case TAMIX_OP_REMAP:
+      return all.subspan(9, 2);
+    case TAMIX_OP_COPY_MAKE_BORDER:
+      return all.subspan(10, 2);
+    case TAMIX_OP_FLIP:
+    case TAMIX_OP_ROTATE:
+    case TAMIX_OP_CONCAT:
+      return all.subspan(12, 1);
+    case TAMIX_OP_NORMALIZATION:
+      return all.subspan(13, 1);
+    case TAMIX_OP_CALC_HIST:
+      return all.subspan(14, 1);
+    case TAMIX_OP_THRESHOLD:
+      return all.subspan(15, 1);
+    case TAMIX_OP_IMAGE_FUSE_OVERLAP:
+      return all.subspan(16, 2);
+    default:
+      return {};
+  }
+}
+
 }  // namespace
 
 uint32_t Choices::below(uint32_t n) {
@@ -121,6 +163,7 @@ HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> rec
   thread_number_ = choose_.oneOf({2, 1, 3, 4, 8, 0});
   width_ = choose_.between(1, choose_.oneIn(8) ? 400 : 70);
   height_ = choose_.between(1, choose_.oneIn(8) ? 40 : 9);
+  if (choose_.oneIn(16)) (choose_.oneIn(2) ? width_ : height_) = 1;
   if (demand.width > 0) width_ = demand.width;
   if (demand.height > 0) height_ = demand.height;
   imagine();
@@ -404,14 +447,10 @@ void HostileRecord::imagine() {
   } else if (window > 0) {
     p.kernel_size = window;
   }
-  if (operator_type_ == TAMIX_OP_GUIDED_FILTER && !choose_.oneIn(8)) p.kernel_size = 5;
   p.border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
   p.geom_border_type = choose_.oneOf({-1, 0, 1, 2, 3, 4});
   p.interpolation = choose_.oneOf({0, 1, 2, 16, 17, 18, -1});
-  if (operator_type_ == TAMIX_OP_REMAP && !choose_.oneIn(4)) {
-    p.geom_border_type = choose_.oneOf({0, 1});
-    p.interpolation = choose_.oneOf({0, 1});
-  }
+  if (!choose_.oneIn(8)) fit();
 }
 
 // What the test wants.
@@ -432,6 +471,33 @@ void HostileRecord::completeForKernel() {
   }
 }
 
+// Settings that an operator serves, where it refuses most.
+void HostileRecord::fit() {
+  switch (operator_type_) {
+    case TAMIX_OP_MEAN_FILTER:
+    case TAMIX_OP_GUIDED_FILTER:
+      params_.kernel_size = operator_type_ == TAMIX_OP_GUIDED_FILTER ? 5 : choose_.oneOf({3, 5});
+      break;
+    case TAMIX_OP_LAPLACIAN_FILTER:
+      params_.kernel_height = params_.kernel_width = choose_.oneOf({1, 3});
+      break;
+    case TAMIX_OP_REMAP:
+    case TAMIX_OP_WARP_PERSPECTIVE:
+      params_.interpolation &= operator_type_ == TAMIX_OP_REMAP ? 1 : 18;
+      params_.geom_border_type = choose_.oneOf({0, 0, 1});
+      break;
+    case TAMIX_OP_COLOR_TO_HSV:
+    case TAMIX_OP_MERGE:
+    case TAMIX_OP_NORMALIZATION:
+    case TAMIX_OP_SPLIT:
+      for (TamixImage& image : params_.input) image.width_stride = 0;
+      for (TamixImage& image : params_.output) image.width_stride = 0;
+      break;
+    default:
+      break;
+  }
+}
+
 // Where the caller gives memory for a setting.
 void HostileRecord::settle() {
   const bool most = !choose_.oneIn(8);
@@ -448,10 +514,60 @@ void HostileRecord::settle() {
 int32_t HostileRecord::anything() {
   constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
   constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-  return choose_.oneOf({0,     -1,    1,      2,         3,          4,       5,     7,       8,
-                        9,     16,    17,     18,        19,         20,      21,    31,      255,
-                        256,   4096,  4352,   8192,      8300,       16385,   -2,    -16,     32768,
-                        65535, kMost, kLeast, kMost - 1, kLeast + 1, 1 << 30, 46341, 1 << 24, choose_.between(0, 100)});
+  return choose_.oneOf({0,
+                        -1,
+                        1,
+                        2,
+                        3,
+                        4,
+                        5,
+                        7,
+                        8,
+                        9,
+                        16,
+                        17,
+                        18,
+                        19,
+                        20,
+                        21,
+                        31,
+                        255,
+                        256,
+                        4096,
+                        4352,
+                        8192,
+                        8300,
+                        16385,
+                        -2,
+                        -16,
+                        32768,
+                        65535,
+                        kMost,
+                        kLeast,
+                        kMost - 1,
+                        kLeast + 1,
+                        1 << 30,
+                        46341,
+                        1 << 24,
+                        choose_.between(0, 100),
+                        choose_.between(-1, 8300)});
+}
+
+// One of the integers that the operator reads.
+void HostileRecord::spoilSetting() {
+  static constexpr int32_t(TamixParams::*kLists[])[4] = {&TamixParams::border_params, &TamixParams::hist_size,
+                                                         &TamixParams::hist_channels, &TamixParams::hrange_max,
+                                                         &TamixParams::hrange_min};
+  const std::span settings = settingsOf(operator_type_);
+  const bool has_list = operator_type_ == TAMIX_OP_CALC_HIST || operator_type_ == TAMIX_OP_COPY_MAKE_BORDER ||
+                        operator_type_ == TAMIX_OP_RECT_CUT;
+  if (has_list && (settings.empty() || choose_.oneIn(2))) {
+    for (int32_t& value : params_.*kLists[operator_type_ == TAMIX_OP_CALC_HIST ? choose_.between(1, 4) : 0]) {
+      if (choose_.oneIn(2)) value = anything();
+    }
+  } else if (!settings.empty()) {
+    params_.*settings[choose_.below(static_cast<uint32_t>(settings.size()))] = anything();
+  }
 }
 
 // A few fields set to anything.
@@ -459,23 +575,14 @@ void HostileRecord::spoil() {
   static constexpr int32_t TamixImage::*kFields[] = {&TamixImage::format,       &TamixImage::type,         &TamixImage::width,
                                                      &TamixImage::height,       &TamixImage::width_stride, &TamixImage::channel,
                                                      &TamixImage::height_stride};
-  static constexpr int32_t TamixParams::*kSettings[] = {
-      &TamixParams::op_mode,      &TamixParams::interpolation, &TamixParams::geom_border_type, &TamixParams::geom_border_value,
-      &TamixParams::kernel_size,  &TamixParams::kernel_height, &TamixParams::kernel_width,     &TamixParams::morph_shape,
-      &TamixParams::morph_type,   &TamixParams::border_type,   &TamixParams::border_value,     &TamixParams::iterations,
-      &TamixParams::abs_output,   &TamixParams::reorder,       &TamixParams::hist_dims,        &TamixParams::thresh_type,
-      &TamixParams::fuse_overlap, &TamixParams::fuse_direction};
   static constexpr double TamixParams::*kReals[] = {&TamixParams::scale,     &TamixParams::delta,  &TamixParams::affine_angle,
                                                     &TamixParams::abs_scale, &TamixParams::offset, &TamixParams::affine_scale,
                                                     &TamixParams::maxval};
-  static constexpr int32_t(TamixParams::*kLists[])[4] = {&TamixParams::border_params, &TamixParams::hist_size,
-                                                         &TamixParams::hist_channels, &TamixParams::hrange_max,
-                                                         &TamixParams::hrange_min};
   const auto index = [this](const auto& list) { return choose_.below(static_cast<uint32_t>(std::size(list))); };
-  for (uint32_t i = choose_.below(4); i > 0; --i) {
+  for (uint32_t i = 1 + choose_.below(3); i > 0; --i) {
     const uint32_t slot = choose_.oneOf<uint32_t>({0, 4, 0, 4, 1, 2, 3, 5, 6, 7});
     TamixImage& image = slot < 4 ? params_.input[slot] : params_.output[slot - 4];
-    switch (choose_.below(8)) {
+    switch (choose_.below(10)) {
       case 0:
       case 1:
       case 2:
@@ -489,13 +596,15 @@ void HostileRecord::spoil() {
         params_.input[0].*kFields[slot % 7] = params_.output[0].*kFields[slot % 7] = anything();
         break;
       case 5:
-        params_.*kSettings[index(kSettings)] = anything();
-        break;
       case 6:
+      case 7:
+        spoilSetting();
+        break;
+      case 8:
         params_.*kReals[index(kReals)] = choose_.oneIn(4) ? 1e300 : static_cast<double>(oddFloat(choose_.below(64)));
         break;
       default:
-        (params_.*kLists[index(kLists)])[choose_.below(4)] = anything();
+        image.type = choose_.oneOf({0, kF32, kU8, 2, -1, 9});
         break;
     }
   }
@@ -592,6 +701,26 @@ std::vector<RecordPlane> HostileRecord::planes() {
   return planes;
 }
 
+// Floats, often such as nobody would want: huge, tiny, all alike, a few odd ones, or only odd ones.
+float* HostileRecord::floats(size_t size) {
+  auto* const made = static_cast<float*>(inputPlane(size, true));
+  const uint32_t strain = choose_.below(16);
+  if (made == nullptr || strain < 8) return made;
+  std::minstd_rand random(noise_ + strain);
+  for (size_t i = 0; i < size / sizeof(float); ++i) {
+    float value;
+    std::memcpy(&value, &made[i], sizeof(value));
+    if (strain < 10) value *= strain == 8 ? 1e30f : 1e-30f;
+    if (strain == 10) value = i == 8 ? 1.0f : 0.0f;
+    if (strain == 11) value = static_cast<float>(i % 3) * (noise_ % 2 == 0 ? 1.0f : 1e4f);  // a matrix of equal rows
+    if (strain == 12 || (strain == 13 && i % 4 == noise_ % 4)) value = oddFloat(static_cast<uint32_t>(random() >> 8));
+    if (strain == 14) value = std::numeric_limits<float>::quiet_NaN();
+    if (strain == 15) value = std::ldexp(random() % 2 == 0 ? 1.0f : -1.0f, static_cast<int>(i % 40));
+    std::memcpy(&made[i], &value, sizeof(value));
+  }
+  return made;
+}
+
 // Gives every wanted pointer the memory that the record declares.
 void HostileRecord::allocate() {
   TamixParams& p = params_;
@@ -616,7 +745,7 @@ void HostileRecord::allocate() {
         out.data[k] = memory + at;
         continue;
       }
-      if (in.data[k] == kWanted) in.data[k] = inputPlane(in_size, in.type != kU8);
+      if (in.data[k] == kWanted) in.data[k] = in.type == kU8 ? inputPlane(in_size, false) : floats(in_size);
       if (out.data[k] == kWanted) out.data[k] = setting(out_size);
     }
   }
@@ -625,16 +754,16 @@ void HostileRecord::allocate() {
   if (p.nonzero_count != nullptr) p.nonzero_count = static_cast<uint32_t*>(setting(sizeof(uint32_t)));
   if (p.mean_out != nullptr) p.mean_out = static_cast<float*>(setting(channels * sizeof(float)));
   if (p.std_out != nullptr) p.std_out = static_cast<float*>(setting(channels * sizeof(float)));
-  if (p.mean != nullptr) p.mean = static_cast<float*>(inputPlane(channels * sizeof(float), true));
-  if (p.std != nullptr) p.std = static_cast<float*>(inputPlane(channels * sizeof(float), true));
+  if (p.mean != nullptr) p.mean = floats(channels * sizeof(float));
+  if (p.std != nullptr) p.std = floats(channels * sizeof(float));
   if (p.geom_border_value_ptr != nullptr) p.geom_border_value_ptr = static_cast<uint8_t*>(inputPlane(channels, false));
   if (p.fuse_weights != nullptr) {
-    p.fuse_weights = static_cast<float*>(inputPlane(bytesOf({1, 0, p.fuse_overlap, sizeof(float)}), true));
+    p.fuse_weights = floats(bytesOf({1, 0, p.fuse_overlap, sizeof(float)}));
   }
   if (p.thresh != nullptr) {
     p.thresh = static_cast<double*>(inputPlane(sizeof(double), false));
     if (p.thresh != nullptr)
-      *p.thresh = choose_.oneIn(8) ? static_cast<double>(oddFloat(noise_)) : choose_.between(0, 2600) / 10.0;
+      *p.thresh = choose_.oneIn(4) ? static_cast<double>(oddFloat(choose_.below(16))) : choose_.between(0, 2600) / 10.0;
   }
   if (p.kernel != nullptr) {
     const bool both = p.kernel_height != -1 && p.kernel_width != -1;
@@ -643,11 +772,13 @@ void HostileRecord::allocate() {
     const size_t size = rows < 1 || columns < 1 ? 0 : bytesOf({rows, columns, columns, 1});
     const bool is_output = operator_type_ == TAMIX_OP_GET_STRUCTURING_ELEMENT;
     p.kernel = static_cast<uint8_t*>(is_output ? setting(size) : inputPlane(size, false));
-    for (size_t i = 0; !is_output && p.kernel != nullptr && i < size; ++i) p.kernel[i] &= noise_ % 3 == 0 ? 1 : 0xff;
+    const uint8_t mask = noise_ % 8 == 0 ? 0 : noise_ % 3 == 0 ? 1 : 0xff;
+    for (size_t i = 0; !is_output && p.kernel != nullptr && i < size; ++i) p.kernel[i] &= mask;
   }
 }
 
 uint8_t HostileRecord::patternAt(uint32_t seed, size_t i) {
+  if (seed < 2) return seed == 0 ? 0 : 0xFF;
   return static_cast<uint8_t>((seed * 0x9e + i * 31 + (i >> 8)) ^ seed >> 8);
 }
 
@@ -680,24 +811,39 @@ std::string HostileRecord::describe() const {
   return text.str();
 }
 
+Session::Session(int32_t operator_type, int32_t thread_number, int32_t device) : operator_type_(operator_type) {
+  initTamixConfig(&config_);
+  config_.runtime = device;
+  config_.perf_level = -1;  // leave the affinity of the test alone
+  config_.log_level = 4;
+  config_.num_threads = thread_number;
+}
+
+Session::~Session() {
+  if (handle_ != nullptr) releaseTamix(&handle_);
+}
+
+int32_t Session::run(TamixParams& params) {
+  if (!is_valid_) {
+    if (handle_ != nullptr) releaseTamix(&handle_);
+    if (const int32_t status = initTamix(&handle_, &config_); status != TAMIX_OK) return status;
+    is_valid_ = true;
+  }
+  if (!is_registered_) {
+    if (const int32_t status = registTamixOperator(handle_, operator_type_); status != TAMIX_OK) return status;
+    is_registered_ = true;
+  }
+  return runTamix(handle_, operator_type_, &params);
+}
+
 int32_t runOnAnyThread(HostileRecord& record) {
   if (std::getenv("TAMIX_TEST_SHOW") != nullptr) std::cerr << record.describe() << '\n';
   if (record.kernel() != nullptr) return record.kernel()->call(record.params(), record.threadNumber());
-  TamixConfig config;
-  initTamixConfig(&config);
-  config.perf_level = -1;  // leave the affinity of the test alone
-  config.log_level = 4;
-  config.num_threads = record.threadNumber();
-  TamixHandle handle = nullptr;
-  initTamix(&handle, &config);
-  registTamixOperator(handle, record.operatorType());
-  const int32_t status = runTamix(handle, record.operatorType(), &record.params());
-  releaseTamix(&handle);
-  return status;
+  return Session(record.operatorType(), record.threadNumber()).run(record.params());
 }
 
 Outcome run(HostileRecord& record) {
-  LogCapture log(4);
+  const LogCapture log(4);
   const int32_t status = runOnAnyThread(record);
   return {status, log.errors()};
 }

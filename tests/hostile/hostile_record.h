@@ -94,7 +94,8 @@ class HostileRecord {
   int32_t threadNumber() const { return thread_number_; }
   TamixParams& params() { return params_; }
 
-  // Fills everything that the library may write, but inputs, with a pattern of its own for every seed.
+  // Fills everything that the library may write, but inputs, with a pattern of its own for every seed: 0x00 for 0, 0xFF for 1,
+  // noise for others.
   void prefill(uint32_t seed);
   // What the pattern of a seed has at a byte of an output.
   static uint8_t patternAt(uint32_t seed, size_t i);
@@ -109,10 +110,12 @@ class HostileRecord {
 
  private:
   void imagine();
+  void fit();
   void describePair(int32_t in_format, int32_t out_format, int32_t channel_in = 0, int32_t channel_out = 0);
   TamixImage image(int32_t format, int32_t type, int32_t width, int32_t height, int32_t channel = 0);
   void settle();
   void spoil();
+  void spoilSetting();
   int32_t anything();
   void completeForKernel();
   void comply();
@@ -120,6 +123,7 @@ class HostileRecord {
   PlaneRows rowsOf(bool is_input, const TamixImage& image, int32_t k) const;
   void allocate();
   void* inputPlane(size_t size, bool floats);
+  float* floats(size_t size);
   void* setting(size_t size);
   GuardedBytes& plane(size_t size);
   void addNoise(std::span<uint8_t> bytes, bool floats);
@@ -137,6 +141,26 @@ class HostileRecord {
   std::vector<std::span<uint8_t>> inputs_;
   std::vector<std::span<uint8_t>> outputs_;
   bool shares_planes_ = false;
+};
+
+// An instance that serves records of an operator.
+class Session {
+ public:
+  Session(int32_t operator_type, int32_t thread_number, int32_t device = Tamix_ARM_CPU);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // Creates the instance and registers the operator, unless that is done, and runs the record. After a failure the next call
+  // begins with the step that failed.
+  int32_t run(TamixParams& params);
+
+ private:
+  int32_t operator_type_;
+  TamixConfig config_;
+  TamixHandle handle_ = nullptr;
+  bool is_valid_ = false;
+  bool is_registered_ = false;
 };
 
 // What came of a record.

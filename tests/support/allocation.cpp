@@ -2,44 +2,109 @@
 
 #include <malloc.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <new>
+#include <optional>
+
+// The linker leads calls of the program's own objects, but not of shared libraries, here (option --wrap).
+extern "C" {
+void* __real_malloc(size_t size) noexcept;
+void* __real_memalign(size_t alignment, size_t size) noexcept;
+int __real_posix_memalign(void** block, size_t alignment, size_t size) noexcept;
+void __real_free(void* block) noexcept;
+}
 
 namespace {
 
-int64_t until_failure = -1;  // -1: none fails
-bool all_later_fail = false;
-bool has_struck = false;
+using tamix::test::Fill;
 
-bool failsNow() {
-  if (until_failure < 0) return false;
-  if (until_failure > 0) {
-    --until_failure;
+struct State {
+  int64_t until_failure = -1;  // -1: none fails
+  bool memalign_only = false;
+  bool all_later_fail = false;
+  bool has_struck = false;
+  int undisturbed = 0;
+  std::optional<Fill> fill;
+  int64_t live_bytes = 0;
+};
+thread_local constinit State state;
+
+bool failsNow(bool is_memalign) {
+  if (state.until_failure < 0 || state.undisturbed > 0 || (state.memalign_only && !is_memalign)) return false;
+  if (state.until_failure > 0) {
+    --state.until_failure;
     return false;
   }
-  if (!all_later_fail) until_failure = -1;
-  has_struck = true;
+  if (!state.all_later_fail) state.until_failure = -1;
+  state.has_struck = true;
   return true;
+}
+
+void* made(void* block, size_t size) {
+  if (block == nullptr) return nullptr;
+  state.live_bytes += static_cast<int64_t>(malloc_usable_size(block));
+  if (!state.fill || state.undisturbed > 0) return block;
+  auto* const bytes = static_cast<uint8_t*>(block);
+  std::memset(bytes, *state.fill == Fill::kOnes ? 0xFF : 0, size);
+  if (*state.fill == Fill::kNoise)
+    std::generate_n(bytes, size, [i = 0u]() mutable { return uint8_t((i += 0x9E3779B1u) >> 24); });
+  return block;
 }
 
 }  // namespace
 
-// The library's calls of memalign come here.
-extern "C" void* memalign(size_t alignment, size_t size) noexcept {
-  if (failsNow()) return nullptr;
-  void* block = nullptr;
-  return posix_memalign(&block, alignment < sizeof(void*) ? sizeof(void*) : alignment, size) == 0 ? block : nullptr;
+extern "C" {
+
+void* __wrap_malloc(size_t size) noexcept { return failsNow(false) ? nullptr : made(__real_malloc(size), size); }
+
+void* __wrap_memalign(size_t alignment, size_t size) noexcept {
+  return failsNow(true) ? nullptr : made(__real_memalign(alignment, size), size);
 }
+
+int __wrap_posix_memalign(void** block, size_t alignment, size_t size) noexcept {
+  if (failsNow(false)) return ENOMEM;
+  const int result = __real_posix_memalign(block, alignment, size);
+  if (result == 0) made(*block, size);
+  return result;
+}
+
+void __wrap_free(void* block) noexcept {
+  if (block != nullptr) state.live_bytes -= static_cast<int64_t>(malloc_usable_size(block));
+  __real_free(block);
+}
+
+}  // extern "C"
+
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return __wrap_malloc(size); }
+void* operator new(size_t size) {
+  if (void* const block = __wrap_malloc(size)) return block;
+  throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { __wrap_free(block); }
+void operator delete(void* block, size_t /*size*/) noexcept { __wrap_free(block); }
 
 namespace tamix::test {
 
-FailingMemalign::FailingMemalign(int64_t n, bool all_later) {
-  until_failure = n;
-  all_later_fail = all_later;
-  has_struck = false;
+FailingAllocation::FailingAllocation(int64_t n, bool memalign_only, bool all_later) {
+  state.until_failure = n;
+  state.memalign_only = memalign_only;
+  state.all_later_fail = all_later;
+  state.has_struck = false;
 }
 
-FailingMemalign::~FailingMemalign() { until_failure = -1; }
+FailingAllocation::~FailingAllocation() { state.until_failure = -1; }
 
-bool FailingMemalign::struck() const { return has_struck; }
+bool FailingAllocation::struck() const { return state.has_struck; }
+
+UndisturbedAllocations::UndisturbedAllocations() { ++state.undisturbed; }
+UndisturbedAllocations::~UndisturbedAllocations() { --state.undisturbed; }
+
+FilledAllocations::FilledAllocations(Fill fill) { state.fill = fill; }
+FilledAllocations::~FilledAllocations() { state.fill.reset(); }
+
+int64_t liveBytes() { return state.live_bytes; }
 
 }  // namespace tamix::test

@@ -6,6 +6,7 @@
 
 #include "platform/android_log.h"
 #include "tamix/framework.hpp"
+#include "tests/support/allocation.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ int __android_log_print(int priority, const char* tag, const char* format, ...) 
   va_start(arguments, format);
   std::vsnprintf(text, sizeof(text), format, arguments);
   va_end(arguments);
+  const tamix::test::UndisturbedAllocations undisturbed;
   if (current != nullptr) current->add({priority, tag, text});
   return 1;
 }
