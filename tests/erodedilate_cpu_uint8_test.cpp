@@ -136,6 +136,41 @@ TEST(ErodeAndDilateCPUUINT8, EndTwoBillionPassesEarly) {
   }
 }
 
+// Elements whose rows grow towards the output pixel, even on both sides or not, all passes of which are taken at once.
+TEST(ErodeAndDilateCPUUINT8, TakeManyPassesOverNestedElements) {
+  std::mt19937 random(3);
+  const auto below = [&](int32_t n) { return static_cast<int32_t>(random() % static_cast<uint32_t>(n)); };
+  for (uint32_t turn = 0; turn < 60; ++turn) {
+    SCOPED_TRACE("element " + std::to_string(turn));
+    const int32_t rows = 1 + below(turn % 10 == 0 ? 90 : 9), columns = 1 + below(12);
+    std::vector<uint8_t> kernel(static_cast<size_t>(rows * columns));
+    // From both ends to the middle row; a third of the elements are their own mirror image.
+    const bool is_mirrored = turn % 3 == 0;
+    int32_t left[2] = {columns / 2, columns / 2}, right[2] = {columns / 2 + 1, columns / 2 + 1};
+    for (int32_t far = std::max(rows / 2, rows - 1 - rows / 2); far >= 0; --far) {
+      for (const int32_t side : {0, 1}) {
+        if (below(3) == 0) left[side] = std::max(0, left[side] - below(3));
+        if (below(3) == 0) right[side] = std::min(columns, right[side] + below(3));
+        if (is_mirrored) left[side] = left[0], right[side] = columns - (columns + 1) % 2 - left[0];
+        if (far == 0) left[side] = std::min(left[0], left[1]), right[side] = std::max(right[0], right[1]);
+        const int32_t row = side == 0 ? rows / 2 - far : rows / 2 + far;
+        if (row < 0 || row >= rows) continue;
+        for (int32_t c = left[side]; c < right[side]; ++c) kernel[static_cast<size_t>(row * columns + c)] = 1;
+      }
+    }
+    const bool erodes = turn % 2 == 0;
+    const Shape shape{1 + below(24), 1 + below(16), 26, 3};
+    const Image<uint8_t> src = spottedImage(shape, erodes, turn);
+    for (int32_t border_type = 0; border_type < 5; ++border_type) {
+      MorphologySettings set{rows, columns, kernel.data(), border_type, below(256), 1 + below(4)};
+      expectModel(erodes, src, set);
+      set.iterations = 40;
+      const Image<uint8_t> expected = morphologyModel(src, erodes, set);
+      expectModel(erodes, src, set, expected);
+    }
+  }
+}
+
 TEST(ErodeAndDilateCPUUINT8, TakeHugeAndEmptyWindows) {
   const Image<uint8_t> src = spottedImage({9, 5, 9, 3}, true, 5);
   Image<uint8_t> expected = morphologyModel(src, true, {19, 19, nullptr, 4, 0, 1});

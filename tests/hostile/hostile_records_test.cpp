@@ -202,8 +202,8 @@ TEST(HostileRecord, ComesInEveryClass) {
   const auto area = [](const TamixImage& i) { return static_cast<double>(i.width) * i.height * std::max(i.channel, 1); };
   // Whether an image begins with a NaN.
   const auto isNaN = [](const TamixImage& i) {
-    return i.type == Tamix_FLOAT32 && i.data[0] != nullptr &&
-           std::min({i.width, i.height, i.channel + 1, i.width_stride + 1}) > 0 && std::isnan(*static_cast<float*>(i.data[0]));
+    return i.type == Tamix_FLOAT32 && i.data[0] != nullptr && std::min(i.width, i.height) > 0 &&
+           std::min(i.channel, i.width_stride) >= 0 && std::isnan(*static_cast<float*>(i.data[0]));
   };
   struct Class {
     const char* what;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "inference/runtime/cpu/arm/common/border.h"
+#include "inference/runtime/cpu/arm/common/nested_element.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 
 namespace tamix {
@@ -510,6 +511,188 @@ class ElementPass {
   ScratchBuffer<uint8_t> border_row_;
 };
 
+// All passes of a nested element at once. A line begins with the rows of the longest chord; for every shorter chord the line is
+// spread by what the chord lacks, and rows of that chord are added; in the end the line is spread by the shortest chord.
+// Members outside the image are left out: what the border has is a member anyway, or a constant, which is added afterwards.
+template <class Op>
+class NestedPass {
+ public:
+  NestedPass(const MorphologyImage& image, const NestedElement& element)
+      : image_(image),
+        element_(element),
+        n_(rowElements(image.width, kPixel)),
+        wraps_(image.border_type == TAMIX_BORDER_WRAP),
+        margin_(n_ + kPixel),
+        pitch_((n_ + 2 * margin_ + 3 * kVectorBytes) / kVectorBytes * kVectorBytes) {}
+
+  // False without memory. The planes must not overlap.
+  bool run(const Plane<const uint8_t>& src, const Plane<uint8_t>& dst) {
+    lines_ = ScratchBuffer<uint8_t>(pitch_ * 2 * kLines);
+    if (!lines_ || !prepareTallest(src)) return false;
+    for (int32_t y = 0; y < image_.height; y += kLines) {
+      const int32_t lines = std::min(kLines, image_.height - y);
+      for (int32_t k = 0; k < lines; ++k) std::fill_n(line(k), n_, Op::kNeutral);
+      Chord last = element_.chord(element_.row(0));
+      for (int32_t begin = 0; begin < element_.count();) {
+        const Chord& chord = element_.chord(element_.row(begin));
+        const int32_t end = endOfLevel(begin);
+        for (int32_t k = 0; k < lines; ++k) {
+          addLevel(src, k, y + k, begin, end, last.left - chord.left, last.right - chord.right);
+        }
+        last = chord;
+        begin = end;
+      }
+      for (int32_t k = 0; k < lines; ++k) spread(k, last.left, last.right, nullptr, 0, dst.row(y + k));
+    }
+    if (image_.border_type == TAMIX_BORDER_CONSTANT) addConstant(dst);
+    return true;
+  }
+
+ private:
+  // Lines that go through all chords together, while the rows they share are in the caches.
+  static constexpr int32_t kLines = 4;
+  // From this many rows of one chord on, those of the most frequent one are combined for the whole image.
+  static constexpr int32_t kTallRows = 32;
+
+  int32_t endOfLevel(int32_t begin) const {
+    int32_t end = begin + 1;
+    while (end < element_.count() && element_.chord(element_.row(end)) == element_.chord(element_.row(begin))) ++end;
+    return end;
+  }
+
+  uint8_t* line(int32_t k) const { return lines_.data() + pitch_ * (2 * static_cast<size_t>(k) + current_[k]) + margin_; }
+  uint8_t* otherLine(int32_t k) const {
+    return lines_.data() + pitch_ * (2 * static_cast<size_t>(k) + 1 - current_[k]) + margin_;
+  }
+
+  // The rows of the most frequent chord and of all longer ones are neighbours: their extremum for every row of the image.
+  bool prepareTallest(const Plane<const uint8_t>& src) {
+    int32_t most = kTallRows;
+    for (int32_t begin = 0; begin < element_.count();) {
+      const int32_t end = endOfLevel(begin);
+      const auto [first, last] = std::minmax_element(&element_.order()[0], &element_.order()[end]);
+      const int32_t rows = *last - *first + 1;
+      if (end - begin > most && *first == -(rows / 2)) {
+        most = end - begin;
+        tallest_ = begin;
+        tall_rows_ = rows;
+      }
+      begin = end;
+    }
+    if (tallest_ < 0) return true;
+    tall_ = ScratchBuffer<uint8_t>(n_ * static_cast<size_t>(image_.height));
+    MorphologyImage vertical = image_;
+    vertical.border_type = wraps_ ? TAMIX_BORDER_WRAP : TAMIX_BORDER_REPLICATE;
+    vertical.iterations = 1;
+    RectanglePass<Op> pass(vertical, tall_rows_, 1, /*feeds_another=*/false);
+    if (!tall_ || !pass.allocate()) return false;
+    pass.image(src, {tall_.data(), static_cast<ptrdiff_t>(n_)});
+    return true;
+  }
+
+  // Line k, spread to the left and right, and the rows [begin, end) of a chord.
+  void addLevel(const Plane<const uint8_t>& src, int32_t k, int32_t y, int32_t begin, int32_t end, int32_t left,
+                int32_t right) {
+    const uint8_t* rows[kDirectRows];
+    int64_t count = 0;
+    bool is_spread = false;
+    const auto flush = [&] {
+      if (is_spread) {
+        spread(k, 0, 0, rows, count, otherLine(k));
+      } else {
+        spread(k, left, right, rows, count, otherLine(k));
+      }
+      current_[k] = 1 - current_[k];
+      is_spread = true;
+      count = 0;
+    };
+    const auto add = [&](const uint8_t* row) {
+      rows[count++] = row;
+      if (count == kDirectRows) flush();
+    };
+    if (begin == tallest_) {
+      add(tall_.data() + static_cast<size_t>(y) * n_);
+    } else {
+      for (int32_t i = begin; i < end; ++i) {
+        const int64_t row = int64_t{y} + element_.row(i);
+        if (row >= 0 && row < image_.height) {
+          add(src.row(row));
+        } else if (wraps_) {
+          add(src.row(borderIndex(row, image_.height, TAMIX_BORDER_WRAP)));
+        }
+      }
+    }
+    if (count > 0 || !is_spread) flush();
+  }
+
+  // out = the extremum of `left` pixels before to `right` pixels behind each pixel of line k, and of the rows.
+  void spread(int32_t k, int32_t left, int32_t right, const uint8_t* const* rows, int64_t count, uint8_t* out) const {
+    const size_t left_bytes = static_cast<size_t>(left) * kPixel;
+    const size_t right_bytes = static_cast<size_t>(right) * kPixel;
+    uint8_t* const middle = line(k);
+    if (wraps_) {
+      std::memcpy(middle - left_bytes, middle + n_ - left_bytes, left_bytes);
+      std::memcpy(middle + n_, middle, right_bytes);
+    } else {
+      std::memset(middle - left_bytes, Op::kNeutral, left_bytes);
+      std::memset(middle + n_, Op::kNeutral, right_bytes);
+    }
+    uint8_t* const first = middle - left_bytes;
+    const int64_t window = int64_t{left} + right + 1;
+    if (window == 3 && count == 2) return combine<3, 2>(first, window, rows, count, out);
+    if (window == 3 && count == 1) return combine<3, 1>(first, window, rows, count, out);
+    if (window <= kTaps) return combine<0, 0>(first, window, rows, count, out);
+    combineColumns<false>(Op(), first, window, out, n_);
+    if (count > 0) combine<0, 0>(out, 1, rows, count, out);
+  }
+
+  // For short windows; the sizes may be given as constants.
+  template <int kWindow, int kRows>
+  void combine(const uint8_t* first, int64_t window, const uint8_t* const* rows, int64_t count, uint8_t* out) const {
+    const Op op;
+    coverRow(n_, [&](auto d, size_t i) {
+      auto v = hn::LoadU(d, first + i);
+      for (int64_t x = 1; x < (kWindow > 0 ? kWindow : window); ++x) {
+        v = op(v, hn::LoadU(d, first + i + static_cast<size_t>(x) * kPixel));
+      }
+      for (int64_t r = 0; r < (kRows > 0 ? kRows : count); ++r) v = op(v, hn::LoadU(d, rows[r] + i));
+      hn::StoreU(v, d, out + i);
+    });
+  }
+
+  // The constant border, where the element reaches over an edge.
+  void addConstant(const Plane<uint8_t>& dst) const {
+    const auto value = static_cast<uint8_t>(image_.border_value);
+    const Chord& longest = element_.chord(0);
+    const auto add = [&](uint8_t* out, size_t n) {
+      coverRow(n, [&](auto d, size_t i) { hn::StoreU(Op()(hn::LoadU(d, out + i), hn::Set(d, value)), d, out + i); });
+    };
+    for (int32_t y = 0; y < image_.height; ++y) {
+      uint8_t* const out = dst.row(y);
+      if (y < element_.up() || image_.height - 1 - y < element_.down()) {
+        add(out, n_);
+        continue;
+      }
+      const size_t left = static_cast<size_t>(std::min(longest.left, image_.width)) * kPixel;
+      const size_t right = static_cast<size_t>(std::min(longest.right, image_.width)) * kPixel;
+      add(out, left);
+      add(out + n_ - right, right);
+    }
+  }
+
+  const MorphologyImage& image_;
+  const NestedElement& element_;
+  size_t n_;
+  bool wraps_;
+  size_t margin_;
+  size_t pitch_;
+  int32_t tallest_ = -1;  // the first row, in the order of chords, of the chord that is combined for the whole image
+  int32_t tall_rows_ = 0;
+  size_t current_[kLines] = {};
+  ScratchBuffer<uint8_t> lines_;
+  ScratchBuffer<uint8_t> tall_;
+};
+
 bool sameRows(const Plane<const uint8_t>& a, const Plane<const uint8_t>& b, int32_t height, size_t n) {
   for (int32_t y = 0; y < height; ++y) {
     if (std::memcmp(a.row(y), b.row(y), n) != 0) return false;
@@ -527,8 +710,11 @@ bool elementPasses(const MorphologyImage& image, const StructuringElement& eleme
     return Plane<uint8_t>{buffer.data(), static_cast<ptrdiff_t>(n)};
   };
   const StableSource<uint8_t> source(image.src, image.dst, image.height, n);
+  const NestedElement nested(element, image.height, image.width, image.border_type, image.iterations);
+  if (!source || !nested) return false;
+  if (nested.isNested()) return NestedPass<Op>(image, nested).run(source.plane(), image.dst);
   const StructuringElement near_element(element, image.height, image.width, image.border_type);
-  if (!source || !near_element) return false;
+  if (!near_element) return false;
   ElementPass<Op> pass(image, near_element);
   if (!pass.allocate()) return false;
   pass.run(source.plane(), image.dst);
