@@ -107,6 +107,18 @@ TEST(ErodeAndDilateCPUUINT8, TakeAnyElementAtEveryBorder) {
   }
 }
 
+TEST(ErodeAndDilateCPUUINT8, TakeTallElementsOnOneSide) {
+  std::vector<uint8_t> kernel(150 * 3);
+  for (size_t row = 0; row < 150; ++row) kernel[3 * row] = row % 70 != 5;
+  kernel[2] = 1;
+  for (int32_t border_type = 0; border_type < 5; ++border_type) {
+    for (const int32_t height : {1, 16, 70, 101}) {
+      const bool erodes = height != 70;
+      expectModel(erodes, spottedImage({5, height, 6, 3}, erodes, 4), {150, 3, kernel.data(), border_type, 90, 1});
+    }
+  }
+}
+
 TEST(ErodeAndDilateCPUUINT8, EndTwoBillionPassesEarly) {
   const Shape shape{11, 6, 13, 3};
   const uint8_t cross[9] = {0, 1, 0, 1, 1, 1, 0, 1, 0};

@@ -389,26 +389,42 @@ bool bothExtrema(const MorphologyImage& image, int64_t rows, int64_t columns) {
   return true;
 }
 
-// Calls visit(i) for the samples that positions [begin, end) stand for, some perhaps more than once: -1 for a constant border.
+// Calls visit(first, last) for the samples that positions [begin, end) stand for, some perhaps more than once. True where a
+// constant border is among them.
 template <class Visit>
-void visitSamples(int64_t begin, int64_t end, int64_t n, int32_t border_type, const Visit& visit) {
+bool visitSamples(int64_t begin, int64_t end, int64_t n, int32_t border_type, const Visit& visit) {
   if (border_type == TAMIX_BORDER_CONSTANT) {
-    if (begin < 0 || end > n) visit(-1);
-    begin = std::max<int64_t>(begin, 0);
-    end = std::min(end, n);
-  } else if (border_type == TAMIX_BORDER_REPLICATE) {
-    begin = std::clamp<int64_t>(begin, 0, n - 1);
-    end = std::clamp<int64_t>(end - 1, 0, n - 1) + 1;
-  } else if (end - begin >= 2 * n) {  // a whole period
-    begin = 0;
-    end = n;
+    const int64_t first = std::max<int64_t>(begin, 0);
+    const int64_t last = std::min(end, n) - 1;
+    if (first <= last) visit(first, last);
+    return begin < 0 || end > n;
   }
-  for (int64_t p = begin; p < end; ++p) visit(borderIndex(p, n, border_type));
+  if (border_type == TAMIX_BORDER_REPLICATE) {
+    visit(std::clamp<int64_t>(begin, 0, n - 1), std::clamp<int64_t>(end - 1, 0, n - 1));
+    return false;
+  }
+  if (end - begin >= 2 * n) {  // a whole period
+    visit(0, n - 1);
+    return false;
+  }
+  // Neighbours stay neighbours up to the next edge.
+  const int64_t cell = std::max<int64_t>(border_type == TAMIX_BORDER_REFLECT_101 ? n - 1 : n, 1);
+  while (begin < end) {
+    const int64_t into_cell = (begin % cell + cell) % cell;
+    const int64_t behind = std::min(begin + cell - into_cell, end);
+    const auto [first, last] = std::minmax({borderIndex(begin, n, border_type), borderIndex(behind - 1, n, border_type)});
+    visit(first, last);
+    begin = behind;
+  }
+  return false;
 }
 
 // One pass of an element: every group of boxes with equal columns is combined row by row into a line, then across the line.
 template <class Op>
 class ElementPass {
+  // From this many rows on, whole blocks of rows are combined first.
+  static constexpr int64_t kTallBoxes = 64;
+
  public:
   ElementPass(const MorphologyImage& image, const StructuringElement& element)
       : height_(image.height),
@@ -431,6 +447,10 @@ class ElementPass {
     });
     margin_ = static_cast<size_t>(margin) * kPixel;
     pointers_ = ScratchBuffer<const uint8_t*>(static_cast<size_t>(most_pointers));
+    if (most_pointers > kTallBoxes) {
+      blocks_ = ScratchBuffer<uint8_t>(n_ * static_cast<size_t>(height_ / kDirectRows + 1));
+      if (!blocks_) return false;
+    }
     line_ = ScratchBuffer<uint8_t>(n_ + 2 * margin_ + 2 * kVectorBytes);
     border_row_ = ScratchBuffer<uint8_t>(n_);
     if (!pointers_ || !line_ || !border_row_) return false;
@@ -440,6 +460,12 @@ class ElementPass {
 
   // The planes must not overlap.
   void run(const Plane<const uint8_t>& src, const Plane<uint8_t>& dst) const {
+    for (int64_t y = 0; blocks_ && y + kDirectRows <= height_; y += kDirectRows) {
+      const uint8_t* rows[kDirectRows];
+      for (int64_t k = 0; k < kDirectRows; ++k) rows[k] = src.row(y + k);
+      uint8_t* const out = block(y);
+      combineRows<1>(Op(), rows, kDirectRows, &out, n_);
+    }
     for (int64_t y = 0; y < height_; ++y) {
       uint8_t* const out = dst.row(y);
       std::memset(out, Op::kNeutral, n_);
@@ -468,8 +494,16 @@ class ElementPass {
   void combineBoxes(const Plane<const uint8_t>& src, int64_t y, const ElementBox* begin, const ElementBox* end) const {
     int64_t count = 0;
     for (const ElementBox* box = begin; box < end; ++box) {
-      visitSamples(y + box->row_begin, y + box->row_end, height_, border_type_,
-                   [&](int64_t p) { pointers_[static_cast<size_t>(count++)] = p < 0 ? border_row_.data() : src.row(p); });
+      const auto take = [&](const uint8_t* row) { pointers_[static_cast<size_t>(count++)] = row; };
+      const bool sees_border =
+          visitSamples(y + box->row_begin, y + box->row_end, height_, border_type_, [&](int64_t first, int64_t last) {
+            for (int64_t p = first; p <= last;) {
+              const bool is_block = blocks_ && p % kDirectRows == 0 && p + kDirectRows - 1 <= last;
+              take(is_block ? block(p) : src.row(p));
+              p += is_block ? kDirectRows : 1;
+            }
+          });
+      if (sees_border) take(border_row_.data());
     }
     uint8_t* const middle = line_.data() + margin_;
     const uint8_t** rows = pointers_.data();
@@ -483,6 +517,9 @@ class ElementPass {
       taken += more;
     }
   }
+
+  // The extremum of the kDirectRows rows from y on.
+  uint8_t* block(int64_t y) const { return blocks_.data() + static_cast<size_t>(y / kDirectRows) * n_; }
 
   void fillMargins(const ElementSpan& span) const {
     uint8_t* const middle = line_.data() + margin_;
@@ -507,6 +544,7 @@ class ElementPass {
   const StructuringElement& element_;
   size_t margin_ = 0;
   ScratchBuffer<const uint8_t*> pointers_;
+  ScratchBuffer<uint8_t> blocks_;  // where boxes are high
   ScratchBuffer<uint8_t> line_;
   ScratchBuffer<uint8_t> border_row_;
 };
@@ -522,7 +560,7 @@ class NestedPass {
         element_(element),
         n_(rowElements(image.width, kPixel)),
         wraps_(image.border_type == TAMIX_BORDER_WRAP),
-        margin_(n_ + kPixel),
+        margin_((n_ + kPixel + kVectorBytes) / kVectorBytes * kVectorBytes),  // lines begin at whole vectors
         pitch_((n_ + 2 * margin_ + 3 * kVectorBytes) / kVectorBytes * kVectorBytes) {}
 
   // False without memory. The planes must not overlap.
@@ -531,18 +569,16 @@ class NestedPass {
     if (!lines_ || !prepareTallest(src)) return false;
     for (int32_t y = 0; y < image_.height; y += kLines) {
       const int32_t lines = std::min(kLines, image_.height - y);
-      for (int32_t k = 0; k < lines; ++k) std::fill_n(line(k), n_, Op::kNeutral);
-      Chord last = element_.chord(element_.row(0));
+      for (int32_t k = 0; k < lines; ++k) {
+        std::fill_n(line(k), n_, Op::kNeutral);
+        unspread_[k] = element_.chord(element_.row(0));
+      }
       for (int32_t begin = 0; begin < element_.count();) {
-        const Chord& chord = element_.chord(element_.row(begin));
         const int32_t end = endOfLevel(begin);
-        for (int32_t k = 0; k < lines; ++k) {
-          addLevel(src, k, y + k, begin, end, last.left - chord.left, last.right - chord.right);
-        }
-        last = chord;
+        for (int32_t k = 0; k < lines; ++k) addLevel(src, k, y + k, begin, end);
         begin = end;
       }
-      for (int32_t k = 0; k < lines; ++k) spread(k, last.left, last.right, nullptr, 0, dst.row(y + k));
+      for (int32_t k = 0; k < lines; ++k) spread(k, {0, 0}, nullptr, 0, dst.row(y + k));
     }
     if (image_.border_type == TAMIX_BORDER_CONSTANT) addConstant(dst);
     return true;
@@ -590,20 +626,15 @@ class NestedPass {
     return true;
   }
 
-  // Line k, spread to the left and right, and the rows [begin, end) of a chord.
-  void addLevel(const Plane<const uint8_t>& src, int32_t k, int32_t y, int32_t begin, int32_t end, int32_t left,
-                int32_t right) {
+  // Line k and the rows [begin, end) of a chord, if any lies in the image.
+  void addLevel(const Plane<const uint8_t>& src, int32_t k, int32_t y, int32_t begin, int32_t end) {
     const uint8_t* rows[kDirectRows];
     int64_t count = 0;
-    bool is_spread = false;
     const auto flush = [&] {
-      if (is_spread) {
-        spread(k, 0, 0, rows, count, otherLine(k));
-      } else {
-        spread(k, left, right, rows, count, otherLine(k));
-      }
+      const Chord& chord = element_.chord(element_.row(begin));
+      spread(k, chord, rows, count, otherLine(k));
       current_[k] = 1 - current_[k];
-      is_spread = true;
+      unspread_[k] = chord;
       count = 0;
     };
     const auto add = [&](const uint8_t* row) {
@@ -622,11 +653,13 @@ class NestedPass {
         }
       }
     }
-    if (count > 0 || !is_spread) flush();
+    if (count > 0) flush();
   }
 
-  // out = the extremum of `left` pixels before to `right` pixels behind each pixel of line k, and of the rows.
-  void spread(int32_t k, int32_t left, int32_t right, const uint8_t* const* rows, int64_t count, uint8_t* out) const {
+  // out = line k spread until only the chord is left to be spread, and the rows.
+  void spread(int32_t k, const Chord& chord, const uint8_t* const* rows, int64_t count, uint8_t* out) const {
+    const int32_t left = unspread_[k].left - chord.left;
+    const int32_t right = unspread_[k].right - chord.right;
     const size_t left_bytes = static_cast<size_t>(left) * kPixel;
     const size_t right_bytes = static_cast<size_t>(right) * kPixel;
     uint8_t* const middle = line(k);
@@ -689,6 +722,7 @@ class NestedPass {
   int32_t tallest_ = -1;  // the first row, in the order of chords, of the chord that is combined for the whole image
   int32_t tall_rows_ = 0;
   size_t current_[kLines] = {};
+  Chord unspread_[kLines];  // what the lines are still to be spread by
   ScratchBuffer<uint8_t> lines_;
   ScratchBuffer<uint8_t> tall_;
 };
