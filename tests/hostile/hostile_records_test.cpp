@@ -41,6 +41,14 @@ bool widensWhatItDidNotWrite(HostileRecord& record) {
       return true;
     case TAMIX_OP_GAUSSIAN_FILTER:
       return params.kernel_size != 3 || params.kernel_height != -1;
+    case TAMIX_OP_COLOR_TO_HSV:
+    case TAMIX_OP_COLOR_TO_LAB:
+    case TAMIX_OP_COLOR3_TO_COLOR4:
+    case TAMIX_OP_COLOR4_TO_COLOR3:
+    case TAMIX_OP_LAB_TO_COLOR:
+    case TAMIX_OP_YUV_TO_COLOR:
+      // Pixels have the bytes that formats say, floats the declared ones.
+      return params.output[0].channel < 3 && params.output[0].width_stride != params.output[0].width;
     case TAMIX_OP_CONCAT:
     case TAMIX_OP_WARP_AFFINE:
     case TAMIX_OP_IMAGE_FUSE_OVERLAP:
