@@ -29,6 +29,7 @@ struct State {
   int undisturbed = 0;
   std::optional<Fill> fill;
   int64_t live_bytes = 0;
+  int64_t asked_of_memalign = 0;
 };
 thread_local constinit State state;
 
@@ -61,6 +62,7 @@ extern "C" {
 void* __wrap_malloc(size_t size) noexcept { return failsNow(false) ? nullptr : made(__real_malloc(size), size); }
 
 void* __wrap_memalign(size_t alignment, size_t size) noexcept {
+  state.asked_of_memalign += static_cast<int64_t>(size);
   return failsNow(true) ? nullptr : made(__real_memalign(alignment, size), size);
 }
 
@@ -106,5 +108,7 @@ FilledAllocations::FilledAllocations(Fill fill) { state.fill = fill; }
 FilledAllocations::~FilledAllocations() { state.fill.reset(); }
 
 int64_t liveBytes() { return state.live_bytes; }
+
+int64_t memalignedBytes() { return state.asked_of_memalign; }
 
 }  // namespace tamix::test

@@ -51,4 +51,7 @@ class FilledAllocations {
 // Bytes that the program has allocated by these ways and not freed.
 int64_t liveBytes();
 
+// Bytes that calls of memalign have asked for so far.
+int64_t memalignedBytes();
+
 }  // namespace tamix::test
