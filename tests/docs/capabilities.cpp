@@ -69,7 +69,8 @@ std::string formats(const Case& c) {
     same == groups.end() ? groups.push_back({{in.name}, outs}) : same->first.push_back(in.name);
   }
   if (goes_by_formats) return joined(equal, ", ");
-  if (goes_by_channels && !equal.empty()) return joined(equal, ", ") + "; packed ones also to one another where channels are equal";
+  if (goes_by_channels && !equal.empty())
+    return joined(equal, ", ") + "; packed ones also to one another where channels are equal";
   Words lines;
   for (const auto& [ins, outs] : groups) {
     lines.push_back((ins.size() == 6 && outs.size() == 1 ? "any packed one" : joined(ins, ", ")) + " to " + joined(outs, ", "));
