@@ -1,4 +1,4 @@
-/*
+/** @file
  * The exported kernels of Tamix Camera: plain pointers in, status out, no instance needed. C99 and C++11.
  *
  * Every kernel checks its pointers first ("Recieved null data pointer", TAMIX_ERR_INVALID_IMAGE). Sizes are in pixels. A
@@ -13,7 +13,7 @@
 extern "C" {
 #endif
 
-/*
+/**
  * NV12 (pairs U, V) or NV21 (pairs V, U) to packed RGB or BGR; limited range, ITU-R BT.601. Every pixel (row r, column x) uses
  * the pair of chroma row r / 2, column x / 2.
  *
@@ -31,14 +31,17 @@ extern "C" {
  */
 TAMIX_API int32_t NV21ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As NV21ToRGBCPUUINT8, to BGR. */
 TAMIX_API int32_t NV21ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As NV21ToRGBCPUUINT8, from NV12. */
 TAMIX_API int32_t NV12ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As NV21ToRGBCPUUINT8, from NV12 to BGR. */
 TAMIX_API int32_t NV12ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
 
-/*
+/**
  * I420 to packed RGB or BGR; limited range, ITU-R BT.601. Every pixel (row r, column x) uses the samples of chroma row r / 2,
  * column x / 2.
  *
@@ -55,10 +58,11 @@ TAMIX_API int32_t NV12ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv,
  */
 TAMIX_API int32_t I420ToRGBCPUUINT8(const uint8_t* src_y, const uint8_t* src_u, const uint8_t* src_v, uint8_t* dst,
                                     int32_t width, int32_t height, int32_t src_width_stride, int32_t dst_width_stride);
+/** As I420ToRGBCPUUINT8, to BGR. */
 TAMIX_API int32_t I420ToBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_u, const uint8_t* src_v, uint8_t* dst,
                                     int32_t width, int32_t height, int32_t src_width_stride, int32_t dst_width_stride);
 
-/*
+/**
  * Scales an NV21 (is_nv21 has bit 0 set) or NV12 frame to another size with bilinear interpolation and converts it to packed
  * RGB or BGR. Heights come before widths.
  *
@@ -80,12 +84,13 @@ TAMIX_API int32_t resizeBilinearNV21toRGBCPUUINT8(const uint8_t* src_y, const ui
                                                   int32_t src_height, int32_t src_width, int32_t src_width_stride, uint8_t* dst,
                                                   int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
                                                   int32_t num_threads);
+/** As resizeBilinearNV21toRGBCPUUINT8, to BGR. */
 TAMIX_API int32_t resizeBilinearNV21toBGRCPUUINT8(const uint8_t* src_y, const uint8_t* src_uv, int32_t is_nv21,
                                                   int32_t src_height, int32_t src_width, int32_t src_width_stride, uint8_t* dst,
                                                   int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
                                                   int32_t num_threads);
 
-/*
+/**
  * 8-bit RGB or BGR to NV12 (chroma bytes U, V) or NV21 (V, U) with the full-range equations of ITU-R BT.601 (JPEG):
  * Y = 0.299 R + 0.587 G + 0.114 B, U = (B - Y) / 1.772 + 128, V = (R - Y) / 1.402 + 128, truncated. Blocks of 16 pixels of a
  * row use 11-bit fixed point (white has Y = 254 there), the rest of the row double precision. The chroma of a 2x2 block is
@@ -97,14 +102,17 @@ TAMIX_API int32_t resizeBilinearNV21toBGRCPUUINT8(const uint8_t* src_y, const ui
  */
 TAMIX_API int32_t RGBToNV12CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As RGBToNV12CPUUINT8, from BGR. */
 TAMIX_API int32_t BGRToNV12CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As RGBToNV12CPUUINT8, to NV21. */
 TAMIX_API int32_t RGBToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
+/** As RGBToNV12CPUUINT8, from BGR to NV21. */
 TAMIX_API int32_t BGRToNV21CPUUINT8(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
                                     int32_t src_width_stride, int32_t dst_width_stride);
 
-/*
+/**
  * Smooths an image of interleaved 8-bit channels with a symmetric 3x3 kernel. `kernel`: 9 floats row by row, of which the
  * corner kernel[0], the edge kernel[1] and the centre kernel[4] count; null builds the sampled Gaussian of `sigma` (0: 0.8).
  * The weights times 4096, truncated and saturated to 16 bits, give floor(sum / 4096), clamped to 0..255. Kernels of another
@@ -121,7 +129,7 @@ TAMIX_API int32_t gaussianFilterCPUUINT8(const uint8_t* src, uint8_t* dst, int32
                                          int32_t kernel_height, int32_t kernel_width, const float* kernel, int32_t border_type,
                                          int32_t border_value, int32_t num_threads, float sigma);
 
-/*
+/**
  * Resizes an interleaved 8-bit image with bilinear interpolation. Heights come before widths; strides count pixels. Any
  * number of channels from 1 on; any size, down to one row or column. A size or channel count below 1 is an empty image.
  *
@@ -142,7 +150,7 @@ TAMIX_API int32_t resizeBilinearCPUUINT8(const uint8_t* src, int32_t src_height,
                                          uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_stride,
                                          int32_t channels, int32_t num_threads);
 
-/*
+/**
  * Shrinks an interleaved 8-bit image: each result is the mean of the source pixels weighted by how much of each it covers.
  * Heights come before widths; strides count pixels and are honoured. Any number of channels from 1 on; a size or channel count
  * below 1 is an empty image. Where the destination is larger in either direction: resizeBilinearCPUUINT8 with all arguments.
@@ -158,7 +166,7 @@ TAMIX_API int32_t resizeAreaCPUUINT8(const uint8_t* src, int32_t src_height, int
                                      uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_stride, int32_t channels,
                                      int32_t num_threads);
 
-/*
+/**
  * Checks the arguments of a mean filter over bytes and refuses them all: only float images can be averaged, by the operator
  * TAMIX_OP_MEAN_FILTER. Heights come before widths. Nothing is read or written.
  *
@@ -169,7 +177,7 @@ TAMIX_API int32_t meanFilterCPUUINT8(const uint8_t* src, int32_t src_height, int
                                      uint8_t* dst, int32_t dst_height, int32_t dst_width, int32_t dst_width_stride,
                                      int32_t channel, int32_t kernel_size, int32_t num_threads);
 
-/*
+/**
  * Edge-preserving smoothing of a 3-channel image `src` (p) under a 3-channel guide (I), usually of the same or a larger size:
  * in every channel dst = a * I + b, where a = cov(I, p) / (var(I) + 1) and b = mean(p) - a * mean(I) over 5x5 windows of p's
  * grid, and a and b are smoothed by the same windows and enlarged bilinearly. The two outermost rows and columns of p's grid

@@ -1,4 +1,4 @@
-/*
+/** @file
  * Tamix Camera: classic image operators for camera applications. Public records, enumerations and entry points.
  *
  * A caller creates an instance (initTamixConfig, initTamix), registers the operators it wants (registTamixOperator), and
@@ -20,13 +20,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** Marks what the library exports. */
 #if defined(__GNUC__)
 #define TAMIX_API __attribute__((visibility("default")))
 #else
 #define TAMIX_API
 #endif
 
-/* Enumerations have 32 bits and accept any value: records come from outside. */
+/** Enumerations have 32 bits and accept any value: records come from outside. */
 #ifdef __cplusplus
 #define TAMIX_ENUM(name) enum name : int32_t
 #else
@@ -35,46 +36,46 @@
   enum
 #endif
 
-/* Status of every call. Failures are logged with one error line before they are returned. */
+/** Status of every call. Failures are logged with one error line before they are returned. */
 TAMIX_ENUM(TamixStatus){
     TAMIX_OK = 0,
-    TAMIX_ERR_BAD_ARGUMENT = -1,      /* a kernel was given an argument it does not handle; not logged */
-    TAMIX_ERR_INVALID_CALL = -2,      /* operator not registered, or entry point not implemented */
-    TAMIX_ERR_UNSUPPORTED = -3,       /* type, format, channel count, stride or shape not supported by the operator */
-    TAMIX_ERR_NO_MEMORY = -4,         /* a temporary buffer could not be allocated */
-    TAMIX_ERR_ILLEGAL_RECT = -13,     /* illegal rectangle, region or pair of shapes */
-    TAMIX_ERR_ILLEGAL_SHAPE = -14,    /* illegal shape, stride or channel count, such as an odd NV12 width */
-    TAMIX_ERR_INVALID_IMAGE = -15,    /* unused or empty image, null plane, size larger than stride */
-    TAMIX_ERR_RUNTIME = -17,          /* the runtime could not be created */
-    TAMIX_ERR_INVALID_INSTANCE = -18, /* the instance was not successfully initialised */
-    TAMIX_ERR_CREATE_OPERATOR = -19,  /* no runtime of the instance could create the operator */
-    TAMIX_ERR_INVALID_ARGUMENT = 100, /* bad argument of an entry point, or invalid settings of the normalization */
-    TAMIX_ERR_INVALID_HANDLE = 101    /* null handle, or the instance could not be allocated */
+    TAMIX_ERR_BAD_ARGUMENT = -1,      /**< a kernel was given an argument it does not handle; not logged */
+    TAMIX_ERR_INVALID_CALL = -2,      /**< operator not registered, or entry point not implemented */
+    TAMIX_ERR_UNSUPPORTED = -3,       /**< type, format, channel count, stride or shape not supported by the operator */
+    TAMIX_ERR_NO_MEMORY = -4,         /**< a temporary buffer could not be allocated */
+    TAMIX_ERR_ILLEGAL_RECT = -13,     /**< illegal rectangle, region or pair of shapes */
+    TAMIX_ERR_ILLEGAL_SHAPE = -14,    /**< illegal shape, stride or channel count, such as an odd NV12 width */
+    TAMIX_ERR_INVALID_IMAGE = -15,    /**< unused or empty image, null plane, size larger than stride */
+    TAMIX_ERR_RUNTIME = -17,          /**< the runtime could not be created */
+    TAMIX_ERR_INVALID_INSTANCE = -18, /**< the instance was not successfully initialised */
+    TAMIX_ERR_CREATE_OPERATOR = -19,  /**< no runtime of the instance could create the operator */
+    TAMIX_ERR_INVALID_ARGUMENT = 100, /**< bad argument of an entry point, or invalid settings of the normalization */
+    TAMIX_ERR_INVALID_HANDLE = 101    /**< null handle, or the instance could not be allocated */
 };
 
-/* Element type of an image. 0 marks an image slot as unused. */
+/** Element type of an image. 0 marks an image slot as unused. */
 TAMIX_ENUM(TamixDataType){
-    Tamix_UNUSED = 0, Tamix_UINT8 = 1, /* unsigned 8-bit */
-    Tamix_FLOAT32 = 8                  /* IEEE 754 single precision */
+    Tamix_UNUSED = 0, Tamix_UINT8 = 1, /**< unsigned 8-bit */
+    Tamix_FLOAT32 = 8                  /**< IEEE 754 single precision */
 };
 
-/* Pixel format of an image. */
+/** Pixel format of an image. */
 TAMIX_ENUM(TamixDataFormat){
-    Tamix_BGR = 1,    /* packed B, G, R */
-    Tamix_RGB = 2,    /* packed R, G, B */
-    Tamix_BGRA = 4,   /* packed B, G, R, A */
-    Tamix_RGBA = 7,   /* packed R, G, B, A */
-    Tamix_I420 = 8,   /* YUV 4:2:0, planes Y, U, V */
-    Tamix_GRAY = 9,   /* one channel */
-    Tamix_NV12 = 17,  /* YUV 4:2:0, plane Y and a plane of interleaved U, V pairs */
-    Tamix_NV21 = 18,  /* YUV 4:2:0, plane Y and a plane of interleaved V, U pairs */
-    Tamix_LAB = 16385 /* Lab image of the Lab conversions */
+    Tamix_BGR = 1,    /**< packed B, G, R */
+    Tamix_RGB = 2,    /**< packed R, G, B */
+    Tamix_BGRA = 4,   /**< packed B, G, R, A */
+    Tamix_RGBA = 7,   /**< packed R, G, B, A */
+    Tamix_I420 = 8,   /**< YUV 4:2:0, planes Y, U, V */
+    Tamix_GRAY = 9,   /**< one channel */
+    Tamix_NV12 = 17,  /**< YUV 4:2:0, plane Y and a plane of interleaved U, V pairs */
+    Tamix_NV21 = 18,  /**< YUV 4:2:0, plane Y and a plane of interleaved V, U pairs */
+    Tamix_LAB = 16385 /**< Lab image of the Lab conversions */
 };
 
-/* Device of a runtime. */
+/** Device of a runtime. */
 TAMIX_ENUM(TamixDeviceType){Tamix_ARM_CPU = 0};
 
-/*
+/**
  * Operators, as registTamixOperator and runTamix take them.
  *
  * Packed rows: the affine warp, concatenation, fusion, the float mean filter, matrices, points, and the mask of
@@ -145,35 +146,35 @@ TAMIX_ENUM(TamixOperatorType){
     TAMIX_OP_IMAGE_FUSE_OVERLAP = 68,
 };
 
-/* Filling of pixels outside an image: `border_type` and `geom_border_type`. -1 asks for the operator's default. */
+/** Filling of pixels outside an image: `border_type` and `geom_border_type`. -1 asks for the operator's default. */
 TAMIX_ENUM(TamixBorderType){
-    TAMIX_BORDER_CONSTANT = 0, TAMIX_BORDER_REPLICATE = 1, /* aaa|abcd|ddd */
-    TAMIX_BORDER_REFLECT = 2,                              /* cba|abcd|dcb */
-    TAMIX_BORDER_WRAP = 3,                                 /* bcd|abcd|abc */
-    TAMIX_BORDER_REFLECT_101 = 4                           /* dcb|abcd|cba */
+    TAMIX_BORDER_CONSTANT = 0, TAMIX_BORDER_REPLICATE = 1, /**< aaa|abcd|ddd */
+    TAMIX_BORDER_REFLECT = 2,                              /**< cba|abcd|dcb */
+    TAMIX_BORDER_WRAP = 3,                                 /**< bcd|abcd|abc */
+    TAMIX_BORDER_REFLECT_101 = 4                           /**< dcb|abcd|cba */
 };
 
-/* Sampling of warps and remap: `interpolation`. */
+/** Sampling of warps and remap: `interpolation`. */
 TAMIX_ENUM(TamixInterpolation){
     TAMIX_INTERPOLATION_NEAREST = 0, TAMIX_INTERPOLATION_BILINEAR = 1, TAMIX_INTERPOLATION_BICUBIC = 2,
-    TAMIX_INTERPOLATION_INVERSE_MAP = 16 /* flag: the matrix already maps destination to source */
+    TAMIX_INTERPOLATION_INVERSE_MAP = 16 /**< flag: the matrix already maps destination to source */
 };
 
-/* Structuring elements: `morph_shape`. */
+/** Structuring elements: `morph_shape`. */
 TAMIX_ENUM(TamixMorphShape){TAMIX_MORPH_RECT = 0, TAMIX_MORPH_CROSS = 1, TAMIX_MORPH_ELLIPSE = 2};
 
-/* Composite morphology: `morph_type`. */
+/** Composite morphology: `morph_type`. */
 TAMIX_ENUM(TamixMorphType){TAMIX_MORPH_ERODE = 0, TAMIX_MORPH_DILATE = 1, TAMIX_MORPH_OPEN = 2, TAMIX_MORPH_CLOSE = 3};
 
-/* Threshold rules (s: source byte, t: threshold, m: maximum) and flags of the automatic methods: `thresh_type`. */
-TAMIX_ENUM(TamixThresholdType){TAMIX_THRESH_BINARY = 0,     /* s > t ? m : 0 */
-                               TAMIX_THRESH_BINARY_INV = 1, /* s > t ? 0 : m */
-                               TAMIX_THRESH_TRUNC = 2,      /* s > t ? t : s */
-                               TAMIX_THRESH_TOZERO = 3,     /* s > t ? s : 0 */
-                               TAMIX_THRESH_TOZERO_INV = 4, /* s > t ? 0 : s */
+/** Threshold rules (s: source byte, t: threshold, m: maximum) and flags of the automatic methods: `thresh_type`. */
+TAMIX_ENUM(TamixThresholdType){TAMIX_THRESH_BINARY = 0,     /**< s > t ? m : 0 */
+                               TAMIX_THRESH_BINARY_INV = 1, /**< s > t ? 0 : m */
+                               TAMIX_THRESH_TRUNC = 2,      /**< s > t ? t : s */
+                               TAMIX_THRESH_TOZERO = 3,     /**< s > t ? s : 0 */
+                               TAMIX_THRESH_TOZERO_INV = 4, /**< s > t ? 0 : s */
                                TAMIX_THRESH_OTSU = 8,       TAMIX_THRESH_TRIANGLE = 16};
 
-/*
+/**
  * One image. An element is 1 byte (Tamix_UINT8) or 4 bytes (Tamix_FLOAT32). A packed image lives in data[0]: row y starts at
  * element y * width_stride * channel and holds width * channel elements. NV12 and NV21: data[0] is the luma plane, data[1]
  * the chroma plane of height / 2 rows of width / 2 two-byte pairs, both with a pitch of width_stride bytes; width and height
@@ -181,82 +182,83 @@ TAMIX_ENUM(TamixThresholdType){TAMIX_THRESH_BINARY = 0,     /* s > t ? m : 0 */
  * (width + 1) / 2 bytes with a pitch of width_stride / 2 bytes. Where data[2] is null, resizes, the affine warp and conversions
  * of the element type take data[1] as a plane of pairs like NV12's. Other formats are packed images of `channel` channels;
  * those of 19, 20 and 4352 to 8192 may bring a plane of pairs in data[1]. Conversions of colours take pixels of as many bytes
- * as their formats have channels (Lab: 3), whatever `channel` says. A run fills in width_stride, height_stride and channel
+ * as their formats have channels (Lab: 3), whatever `channel` says; TAMIX_OP_COLOR_TO_HSV writes 3, TAMIX_OP_COLOR3_TO_COLOR4
+ * takes 3 and writes 4, whatever the format says. A run fills in width_stride, height_stride and channel
  * where they are 0.
  */
 typedef struct TamixImage {
-  int32_t format; /* TamixDataFormat */
-  int32_t type;   /* TamixDataType; 0: slot unused */
+  int32_t format; /**< TamixDataFormat */
+  int32_t type;   /**< TamixDataType; 0: slot unused */
   int32_t reserved_0[3];
-  int32_t width;         /* pixels in a row */
-  int32_t width_stride;  /* pixels from a row to the next; 0: the same as width */
-  int32_t height;        /* rows */
-  int32_t height_stride; /* allocated rows, at least height; 0: the same as height */
-  int32_t channel;       /* interleaved channels of a pixel; 0: as the format says */
-  void* data[3];         /* planes */
+  int32_t width;         /**< pixels in a row */
+  int32_t width_stride;  /**< pixels from a row to the next; 0: the same as width */
+  int32_t height;        /**< rows */
+  int32_t height_stride; /**< allocated rows, at least height; 0: the same as height */
+  int32_t channel;       /**< interleaved channels of a pixel; 0: as the format says */
+  void* data[3];         /**< planes */
   uint8_t reserved_1[8];
 } TamixImage;
 
-/* Images and settings of one run. Each operator reads its own settings only. Set up by initTamixParams. */
+/** Images and settings of one run. Each operator reads its own settings only. Set up by initTamixParams. */
 typedef struct TamixParams {
-  TamixImage input[4];
-  TamixImage output[4];
-  int32_t op_mode; /* -1. Flip code, rotation or direction of a concatenation */
+  TamixImage input[4];  /**< Images to read; each operator says which */
+  TamixImage output[4]; /**< Images to write */
+  int32_t op_mode;      /**< -1. Flip code, rotation or direction of a concatenation */
   int32_t reserved_0;
   uint8_t reserved_1[8];
   uint8_t reserved_2[8];
-  int32_t border_params[4];       /* 0. Border widths top, bottom, left, right; or rows [0, 1) and columns [2, 3) to cut */
-  int32_t interpolation;          /* -1. TamixInterpolation of warps and remap */
-  int32_t geom_border_type;       /* -1. TamixBorderType of border making, perspective warp and remap */
-  int32_t geom_border_value;      /* -1. Constant value of border making */
-  uint8_t* geom_border_value_ptr; /* null. A constant byte per channel for perspective warp and remap */
-  uint32_t* nonzero_count;        /* null. Receives the number of non-zero elements */
+  int32_t border_params[4];       /**< 0. Border widths top, bottom, left, right; or rows [0, 1) and columns [2, 3) to cut */
+  int32_t interpolation;          /**< -1. TamixInterpolation of warps and remap */
+  int32_t geom_border_type;       /**< -1. TamixBorderType of border making, perspective warp and remap */
+  int32_t geom_border_value;      /**< -1. Constant value of border making */
+  uint8_t* geom_border_value_ptr; /**< null. A constant byte per channel for perspective warp and remap */
+  uint32_t* nonzero_count;        /**< null. Receives the number of non-zero elements */
   uint64_t reserved_3[4];
   int32_t reserved_4[2];
-  int32_t kernel_size;   /* -1. Size of a square kernel of filters and morphology */
-  int32_t kernel_height; /* -1. Kernel rows */
-  int32_t kernel_width;  /* -1. Kernel columns */
-  int32_t morph_shape;   /* -1. TamixMorphShape */
-  int32_t morph_type;    /* -1. TamixMorphType */
-  int32_t border_type;   /* -1. TamixBorderType of filters and morphology */
-  int32_t border_value;  /* 0. Constant border value of filters and morphology */
-  int32_t iterations;    /* 1. Passes of erosion and dilation */
+  int32_t kernel_size;   /**< -1. Size of a square kernel of filters and morphology */
+  int32_t kernel_height; /**< -1. Kernel rows */
+  int32_t kernel_width;  /**< -1. Kernel columns */
+  int32_t morph_shape;   /**< -1. TamixMorphShape */
+  int32_t morph_type;    /**< -1. TamixMorphType */
+  int32_t border_type;   /**< -1. TamixBorderType of filters and morphology */
+  int32_t border_value;  /**< 0. Constant border value of filters and morphology */
+  int32_t iterations;    /**< 1. Passes of erosion and dilation */
   int32_t reserved_5[2];
-  int32_t abs_output; /* 0. 1: the Laplacian writes absolute values */
+  int32_t abs_output; /**< 0. 1: the Laplacian writes absolute values */
   int32_t reserved_6[2];
   uint8_t reserved_7[20];
-  double scale;    /* 0. Scale of the Laplacian; sigma of the Gaussian */
-  double delta;    /* 0. Added after the Laplacian's scaling */
-  uint8_t* kernel; /* null. Structuring element, kernel_height * kernel_width bytes, non-zero: member */
+  double scale;    /**< 0. Scale of the Laplacian; sigma of the Gaussian */
+  double delta;    /**< 0. Added after the Laplacian's scaling */
+  uint8_t* kernel; /**< null. Structuring element, kernel_height * kernel_width bytes, non-zero: member */
   uint64_t reserved_8[2];
-  void* anchor; /* null. Must be null */
+  void* anchor; /**< null. Must be null */
   uint64_t reserved_9;
-  float* mean_out;  /* null. Receives the mean of each channel */
-  float* std_out;   /* null. Receives the standard deviation of each channel */
-  float mean_value; /* 0. Mean of all channels where `mean` is null */
-  float std_value;  /* 0. Standard deviation of all channels where `std` is null */
-  float* mean;      /* null. Mean of each channel */
-  float* std;       /* null. Standard deviation of each channel */
-  int32_t reorder;  /* 0. Normalization: 0 interleaved, 1 planar output */
+  float* mean_out;  /**< null. Receives the mean of each channel */
+  float* std_out;   /**< null. Receives the standard deviation of each channel */
+  float mean_value; /**< 0. Mean of all channels where `mean` is null */
+  float std_value;  /**< 0. Standard deviation of all channels where `std` is null */
+  float* mean;      /**< null. Mean of each channel */
+  float* std;       /**< null. Standard deviation of each channel */
+  int32_t reorder;  /**< 0. Normalization: 0 interleaved, 1 planar output */
   int32_t reserved_10;
   uint64_t reserved_11;
-  double affine_angle; /* 0. Rotation of the affine warp, degrees */
-  double affine_scale; /* 1. Scale of the affine warp */
+  double affine_angle; /**< 0. Rotation of the affine warp, degrees */
+  double affine_scale; /**< 1. Scale of the affine warp */
   int32_t reserved_12;
   uint8_t reserved_13[44];
-  double abs_scale; /* 0. Scale of the scaled absolute value */
-  double offset;    /* 0. Offset of the scaled absolute value */
+  double abs_scale; /**< 0. Scale of the scaled absolute value */
+  double offset;    /**< 0. Offset of the scaled absolute value */
   uint64_t reserved_14[2];
   int32_t reserved_15[2];
-  int32_t hist_dims;        /* 0. Dimensions of the histogram, 0 to 4 */
-  int32_t hist_size[4];     /* 0. Bins of each dimension. data[0] holds their product as 32-bit counts (or floats) */
-  int32_t hist_channels[4]; /* 0, 1, 2, 3. Channel of each dimension */
-  int32_t hrange_max[4];    /* 255. Upper end of each dimension's range */
-  int32_t hrange_min[4];    /* 0. Lower end of each dimension's range */
+  int32_t hist_dims;        /**< 0. Dimensions of the histogram, 0 to 4 */
+  int32_t hist_size[4];     /**< 0. Bins of each dimension. data[0] holds their product as 32-bit counts (or floats) */
+  int32_t hist_channels[4]; /**< 0, 1, 2, 3. Channel of each dimension */
+  int32_t hrange_max[4];    /**< 255. Upper end of each dimension's range */
+  int32_t hrange_min[4];    /**< 0. Lower end of each dimension's range */
   int32_t reserved_16;
-  double* thresh;      /* null. Threshold; the automatic methods write theirs back */
-  double maxval;       /* -1. Value of the binary threshold rules */
-  int32_t thresh_type; /* -1. Threshold rule and automatic method */
+  double* thresh;      /**< null. Threshold; the automatic methods write theirs back */
+  double maxval;       /**< -1. Value of the binary threshold rules */
+  int32_t thresh_type; /**< -1. Threshold rule and automatic method */
   int32_t reserved_17;
   uint8_t reserved_18[32];
   uint8_t reserved_19[32];
@@ -264,29 +266,29 @@ typedef struct TamixParams {
   uint8_t reserved_21[8];
   int32_t reserved_22[2];
   uint64_t reserved_23[5];
-  int32_t fuse_overlap;   /* 0. Width (or height) of the blended band, pixels */
-  int32_t fuse_direction; /* 0. 1: side by side; otherwise one below the other */
+  int32_t fuse_overlap;   /**< 0. Width (or height) of the blended band, pixels */
+  int32_t fuse_direction; /**< 0. 1: side by side; otherwise one below the other */
   uint8_t reserved_24[56];
-  float* fuse_weights; /* null. Share of input 1 in each column (or row) of the band */
+  float* fuse_weights; /**< null. Share of input 1 in each column (or row) of the band */
   uint8_t reserved_25[48];
 } TamixParams;
 
-/* Configuration of an instance. Set up by initTamixConfig. */
+/** Configuration of an instance. Set up by initTamixConfig. */
 typedef struct TamixConfig {
-  int32_t runtime;       /* 0. TamixDeviceType, below 7; a device without a runtime falls back to the CPU */
-  int32_t perf_level;    /* 2. -1 leaves the thread's affinity alone; 0 all cores, 1 little cores, 2 big cores */
-  int32_t device_option; /* 3 */
-  int32_t log_level;     /* 2. 0 to 5: errors are printed below 5, infos below 3, debug lines below 2 */
+  int32_t runtime;       /**< 0. TamixDeviceType, below 7; a device without a runtime falls back to the CPU */
+  int32_t perf_level;    /**< 2. -1 leaves the thread's affinity alone; 0 all cores, 1 little cores, 2 big cores */
+  int32_t device_option; /**< 3 */
+  int32_t log_level;     /**< 2. 0 to 5: errors are printed below 5, infos below 3, debug lines below 2 */
   int32_t reserved_0[2];
-  int32_t use_intermediate_buffer; /* 1 */
-  int32_t num_threads;             /* 2. Upper bound of the thread number; below 1: one, and no affinity is set */
-  int32_t gpu_prior;               /* 1. Below 3 */
-  int32_t device_flag;             /* 1 */
-  void* device_handle;             /* null */
-  int32_t device_settings[24];
+  int32_t use_intermediate_buffer; /**< 1 */
+  int32_t num_threads;             /**< 2. Upper bound of the thread number; below 1: one, and no affinity is set */
+  int32_t gpu_prior;               /**< 1. Below 3 */
+  int32_t device_flag;             /**< 1 */
+  void* device_handle;             /**< null */
+  int32_t device_settings[24];     /**< Words for other devices than the CPU */
 } TamixConfig;
 
-/* An instance. One thread at a time may use it. */
+/** An instance. One thread at a time may use it. */
 typedef struct TamixInstance* TamixHandle;
 
 #ifdef __cplusplus
@@ -331,7 +333,7 @@ TAMIX_ASSERT_LAYOUT(sizeof(TamixConfig) == 144);
 TAMIX_ASSERT_LAYOUT(offsetof(TamixConfig, device_handle) == 40);
 TAMIX_ASSERT_LAYOUT(offsetof(TamixConfig, device_settings) == 48);
 
-/* The name of a status, such as "TAMIX_ERR_UNSUPPORTED"; "unknown status" for other values. In the header only: not exported.
+/** The name of a status, such as "TAMIX_ERR_UNSUPPORTED"; "unknown status" for other values. In the header only: not exported.
  */
 static inline const char* tamix_status_name(int32_t status) {
   switch (status) {
@@ -370,7 +372,7 @@ static inline const char* tamix_status_name(int32_t status) {
 extern "C" {
 #endif
 
-/*
+/**
  * Creates an instance. Sets the process-wide log level (clamped to 0..5) and, unless num_threads < 1 or perf_level is -1,
  * binds the calling thread to the cores of perf_level.
  * Returns TAMIX_ERR_INVALID_ARGUMENT for null pointers and fields out of range (*handle is then null),
@@ -379,58 +381,58 @@ extern "C" {
  */
 TAMIX_API int32_t initTamix(TamixHandle* handle, const TamixConfig* config);
 
-/* Writes the defaults; words 1 and 19 of device_settings stay as they are. A null record is logged and ignored. */
+/** Writes the defaults; words 1 and 19 of device_settings stay as they are. A null record is logged and ignored. */
 TAMIX_API void initTamixConfig(TamixConfig* config);
 
-/* Clears the record and writes the defaults: all image slots are unused. A null record is logged and ignored. */
+/** Clears the record and writes the defaults: all image slots are unused. A null record is logged and ignored. */
 TAMIX_API void initTamixParams(TamixParams* params);
 
-/*
+/**
  * Makes an operator ready for runTamix. Returns TAMIX_ERR_INVALID_HANDLE (null handle), TAMIX_ERR_INVALID_INSTANCE,
  * TAMIX_ERR_INVALID_ARGUMENT (already registered), TAMIX_ERR_NO_MEMORY, or TAMIX_ERR_CREATE_OPERATOR (unknown operator); the
  * last one also drops every operator registered before.
  */
 TAMIX_API int32_t registTamixOperator(TamixHandle handle, int32_t type);
 
-/*
+/**
  * Runs a registered operator on the record and completes the record's channels and strides. Returns
  * TAMIX_ERR_INVALID_HANDLE, TAMIX_ERR_INVALID_INSTANCE, TAMIX_ERR_INVALID_ARGUMENT (null record), TAMIX_ERR_INVALID_CALL (not
  * registered), the status of the common image checks (TAMIX_ERR_INVALID_IMAGE, TAMIX_ERR_ILLEGAL_SHAPE), or the operator's.
  */
 TAMIX_API int32_t runTamix(TamixHandle handle, int32_t type, TamixParams* params);
 
-/*
+/**
  * Binds the calling thread to the cores of a power mode: -1 leaves it alone, 0 all cores, 1 little cores, 2 big cores, 3 big
  * cores but counted one less. Returns the thread number: at least 1, at most num_threads and the number of cores. With a
  * handle, operators registered later use it; an instance without a runtime is treated like a null handle.
  */
 TAMIX_API int32_t setTamixCPUAffinity(TamixHandle handle, int32_t power_mode, int32_t num_threads);
 
-/*
+/**
  * Memory that lives until releaseTamixMemory or releaseTamix. Modes 0 and 2 align to 16 bytes, mode 1 to 4096. Null for a
  * null handle, another mode, or without memory.
  */
 TAMIX_API void* requestTamixMemory(TamixHandle handle, uint32_t size, int32_t mode);
 
-/* Frees all memory handed out by requestTamixMemory, and the instance's scratch memory. */
+/** Frees all memory handed out by requestTamixMemory, and the instance's scratch memory. */
 TAMIX_API void releaseTamixMemory(TamixHandle handle);
 
-/* Version and source revision of the library. */
+/** Version and source revision of the library. */
 TAMIX_API const char* getTamixVersion(void);
 
-/*
+/**
  * Frees the instance with everything it owns and sets *handle to null. Returns TAMIX_ERR_INVALID_ARGUMENT for a null pointer,
  * TAMIX_ERR_INVALID_HANDLE for a null handle.
  */
 TAMIX_API int32_t releaseTamix(TamixHandle* handle);
 
-/* Not implemented: returns TAMIX_ERR_INVALID_CALL. */
+/** Not implemented: returns TAMIX_ERR_INVALID_CALL. */
 TAMIX_API int32_t reservedTamixSetting(void);
 
 #ifdef __cplusplus
 }
 
-/* Not implemented: returns TAMIX_ERR_INVALID_CALL. */
+/** Not implemented: returns TAMIX_ERR_INVALID_CALL. */
 TAMIX_API int32_t shareTamixMemblocks(long count, void** blocks, void* block, long* sizes, long size);
 #endif
 
