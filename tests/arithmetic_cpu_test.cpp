@@ -289,6 +289,19 @@ TEST(DataTypeConvertCPU, RefusesInOrder) {
        "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output stride: 4, 5"},
       {"a frame into a packed image", [](TamixParams& p) { p.input[0].format = Tamix_I420; },
        "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 8, 2"},
+      {"a packed image into a frame",
+       [](TamixParams& p) {
+         p.output[0].format = Tamix_NV21;
+         p.output[0].data[1] = p.output[0].data[0];
+       },
+       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 2, 18"},
+      {"two planes into three",
+       [](TamixParams& p) {
+         p.input[0].format = Tamix_NV21;
+         p.output[0].format = Tamix_I420;
+         for (TamixImage* image : {&p.input[0], &p.output[0]}) image->data[1] = image->data[2] = image->data[0];
+       },
+       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 18, 8"},
       {"equal types, wherever the source ends",
        [](TamixParams& p) {
          p.output[0].type = Tamix_UINT8;

@@ -1,4 +1,5 @@
 #include "inference/runtime/cpu/op/cpu_operator.h"
+#include "inference/utils/image_format.h"
 
 namespace tamix {
 
@@ -19,8 +20,9 @@ int32_t DataTypeConvertCPU::forward(TamixParams* params) {
   // The source is read with the destination's pitch.
   TAMIX_REQUIRE(!is_served || src.width_stride >= dst.width_stride || src.height <= 1, TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output stride: %d, %d", src.width_stride, dst.width_stride);
-  // The destination's format says how many planes there are.
-  TAMIX_REQUIRE(!is_served || isOnePlane(src) || !isOnePlane(dst), TAMIX_ERR_UNSUPPORTED,
+  // The destination's format says how many planes there are; the source must have them.
+  const bool has_planes = (isTwoPlane(src.format) || !isTwoPlane(dst.format)) && hasThreePlanes(src) == hasThreePlanes(dst);
+  TAMIX_REQUIRE(!is_served || (has_planes && (isOnePlane(src) || !isOnePlane(dst))), TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   const int32_t status = dataTypeInputToOutput(src, static_cast<TamixDataType>(src.type), dst,
                                                static_cast<TamixDataType>(dst.type), /*force_copy=*/false);
