@@ -27,7 +27,9 @@ int32_t resizePlanes(const TamixImage& src, const TamixImage& dst, Kernel resize
   }
   TAMIX_REQUIRE(isTwoPlane(dst.format) || channel >= 1 || dst.data[0] == nullptr, TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output channel: %d, %d", src.channel, channel);
-  TAMIX_REQUIRE(hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
+  // Pixels have one plane only.
+  const bool has_planes = isTwoPlane(dst.format) || dst.data[1] == nullptr;
+  TAMIX_REQUIRE(has_planes && hasThreePlanes(src) == hasThreePlanes(dst), TAMIX_ERR_UNSUPPORTED,
                 "Recieve unsupported input and output format: %d, %d", src.format, dst.format);
   TAMIX_TRY(plane(resize, 0, 1, 1));
   if (!hasThreePlanes(src)) return plane(resize_pairs, 1, 2, 2);
