@@ -129,6 +129,10 @@ TEST(CalcHistCPUUINT8, CountsNothingInAnImageOfNegativeSizes) {
   EXPECT_EQ(hist[0] + hist[1], 0u);
   // Nor where the product is 2^32.
   EXPECT_EQ(calcHistCPUUINT8(&byte, hist, -65536, -65536, 1, 1, 1, &zero, &one, &zero, &two, 1), TAMIX_ERR_INVALID_CALL);
+  // Any number of empty rows takes no time.
+  const int32_t most = std::numeric_limits<int32_t>::max();
+  EXPECT_EQ(calcHistCPUUINT8(&byte, hist, most, -4, 70, 3, 1, &two, &one, &zero, &two, 1), TAMIX_ERR_INVALID_CALL);
+  EXPECT_EQ(hist[0] + hist[1], 0u);
 }
 
 TEST(CalcHistCPUUINT8, RefusesWhatItCannotCount) {

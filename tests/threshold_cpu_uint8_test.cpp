@@ -230,6 +230,18 @@ TEST(ThresholdCPUUINT8, CountsMoreThan65535EqualPairs) {
   EXPECT_EQ(levelOf(src, TAMIX_THRESH_TRIANGLE), triangleModel(h));
 }
 
+TEST(ThresholdCPUUINT8, LeavesRowsWithoutChannelsAloneWhereverTheyLie) {
+  const int32_t most = std::numeric_limits<int32_t>::max();
+  uint8_t byte = 7;
+  for (const double level : {-1.0, 100.0, 300.0}) {
+    for (const int32_t rule : {0, 1, 2, 3, 4, 8, 16}) {
+      double thresh = level;
+      EXPECT_EQ(thresholdCPUUINT8(&byte, &byte, 8, 8, -most, most, most, &thresh, rule, 1, 255.0), TAMIX_OK);
+    }
+  }
+  EXPECT_EQ(byte, 7);
+}
+
 TEST(ThresholdCPUUINT8, RefusesNullPointersAndUndefinedRules) {
   Bytes image({4, 1, 4});
   const Bytes before(image);

@@ -179,6 +179,7 @@ HWY_INLINE size_t walkQuads(Step step, D d, const Op& op, size_t start, size_t e
 template <class T = void, class Op, class Out, class... In>
 void combineRows(Plane<Out> dst, int32_t height, size_t n, const Op& op, Plane<const In>... src) {
   using L = Lane<T, Out, In...>;
+  if (n == 0) return;  // empty rows may lie anywhere
   joinRows(height, n, dst, src...);
   const bool stream = isWorthStreaming(dst, height, n, src...);
   const auto walk = [&](const auto& step, bool one_by_one) HWY_ATTR {

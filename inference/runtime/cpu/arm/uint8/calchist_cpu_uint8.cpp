@@ -232,6 +232,8 @@ int32_t calcHistCPUUINT8(const uint8_t* src, uint32_t* hist, int32_t height, int
   const uint64_t pixels = static_cast<uint64_t>(std::max(height, 0)) * rowElements(width);
   if (axes.count == 0) {
     hist[0] = static_cast<uint32_t>(pixels);
+  } else if (pixels == 0) {
+    // Nothing to count, however many rows.
   } else if (axes.count == 1 && channel == 1) {
     countGray(from, height, width, axes.axis[0], hist);
   } else {

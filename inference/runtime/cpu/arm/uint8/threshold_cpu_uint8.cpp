@@ -158,6 +158,7 @@ int32_t thresholdCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t width, int32
   const auto from = plane(src, src_width_stride, channel);
   const auto to = plane(dst, dst_width_stride, channel);
   size_t n = rowElements(width, channel);
+  if (n == 0) height = 0;  // empty rows may lie anywhere
   const double level = getThreshValCPUUINT8_(from, height, n, thresh, thresh_type & ~7);
   joinRows(height, n, from, to);
 

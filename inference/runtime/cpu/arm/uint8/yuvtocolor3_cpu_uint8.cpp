@@ -84,6 +84,7 @@ void convert(Plane<const uint8_t> y, Plane<const uint8_t> uv, Plane<uint8_t> dst
 int32_t YUV420ToColor3(const uint8_t* src_y, const uint8_t* src_uv, uint8_t* dst, int32_t width, int32_t height,
                        int32_t src_width_stride, int32_t dst_width_stride, int32_t red_index, int32_t is_nv21) {
   TAMIX_REQUIRE_DATA(src_y, src_uv, dst);
+  if (width < 1) return TAMIX_OK;  // however many rows
   const auto y = plane(src_y, src_width_stride);
   const auto uv = plane(src_uv, src_width_stride);
   const auto out = plane(dst, dst_width_stride, 3);
