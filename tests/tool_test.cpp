@@ -114,6 +114,11 @@ TEST(PictureFile, SaysWhatIsWrong) {
     EXPECT_NE(messageOf(folder.file(name), {}), "no error") << name;
   }
   EXPECT_THROW(savePicture(folder.file("frame.png"), pattern(Tamix_NV21, {8, 8})), std::runtime_error);
+  // Sizes whose memory must not even be asked for; the product of the second is 0 in 64 bits.
+  EXPECT_EQ(messageOf(path, {{16000, 16000}, ""}), path + ": is truncated: 95 bytes cannot hold 16000x16000 pixels");
+  EXPECT_EQ(messageOf(path, {{1 << 30, 1 << 30}, "rgba"}),
+            path + ": is truncated: 95 bytes cannot hold 1073741824x1073741824 pixels");
+  EXPECT_THROW(Picture(Tamix_RGBA, Tamix_FLOAT32, {1 << 30, 1 << 30}), std::runtime_error);
 }
 
 struct Outcome {

@@ -37,6 +37,16 @@ void writeFile(const std::string& path, const uint8_t* bytes, size_t size) {
   if (!file) fail(path, "cannot be written");
 }
 
+// Refuses a size that no compression fits into the file, before memory for it is asked for.
+void requirePlausible(const std::string& path, Size size, uint64_t file_bytes) {
+  constexpr uint64_t kMostPixelsPerByte = 8256;  // 1032 bytes from one is Deflate's most, each of 8 pixels
+  if (size.empty()) return;
+  if (static_cast<uint64_t>(size.width) * static_cast<uint64_t>(size.height) > file_bytes * kMostPixelsPerByte) {
+    fail(path, "is truncated: " + std::to_string(file_bytes) + " bytes cannot hold " + std::to_string(size.width) + "x" +
+                   std::to_string(size.height) + " pixels");
+  }
+}
+
 // libpng's and TurboJPEG's pixel layouts of the packed formats.
 struct Layout {
   int32_t format;
@@ -73,11 +83,12 @@ Picture loadPNG(const std::string& path, const RawLayout& layout) {
   const std::unique_ptr<png_image, PngDeleter> owner(&image);
   if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
     fail(path, std::string("not a readable PNG file: ") + image.message);
+  const Size size = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)};
+  requirePlausible(path, size, std::filesystem::file_size(path));
   const int32_t own = (image.format & PNG_FORMAT_FLAG_COLOR) == 0   ? Tamix_GRAY
                       : (image.format & PNG_FORMAT_FLAG_ALPHA) == 0 ? Tamix_RGB
                                                                     : Tamix_RGBA;
-  Picture picture(wantedFormat(layout, own), Tamix_UINT8,
-                  {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)});
+  Picture picture(wantedFormat(layout, own), Tamix_UINT8, size);
   image.format = layoutOf(path, picture).png;
   const png_color black{};
   if (png_image_finish_read(&image, &black, picture.bytes().data(), 0, nullptr) == 0) fail(path, image.message);
@@ -108,10 +119,11 @@ Picture loadJPEG(const std::string& path, const RawLayout& layout) {
   if (tjDecompressHeader3(jpeg.get(), file.data(), file.size(), &width, &height, &subsampling, &colours) != 0) {
     fail(path, std::string("not a readable JPEG file: ") + tjGetErrorStr2(jpeg.get()));
   }
+  requirePlausible(path, {width, height}, file.size());
   const int32_t own = colours == TJCS_GRAY ? Tamix_GRAY : Tamix_RGB;
   Picture picture(wantedFormat(layout, own), Tamix_UINT8, {width, height});
   if (tjDecompress2(jpeg.get(), file.data(), file.size(), picture.bytes().data(), width, 0, height,
-                    layoutOf(path, picture).jpeg, 0) != 0) {
+                    layoutOf(path, picture).jpeg, TJFLAG_LIMITSCANS) != 0) {
     fail(path, tjGetErrorStr2(jpeg.get()));
   }
   return picture;
@@ -134,8 +146,9 @@ Picture loadRaw(const std::string& path, const RawLayout& layout) {
   const std::string name = layout.format.empty() ? formatOfPath(path) : layout.format;
   if (name.empty()) fail(path, "is not a known kind of file; name its pixels with --format (nv21, rgb, gray, ...)");
   if (layout.size.empty()) fail(path, "is a raw file; give its size with --size WIDTHxHEIGHT");
-  Picture picture(formatNamed(name).value, holdsFloats(path) ? Tamix_FLOAT32 : Tamix_UINT8, layout.size);
   const std::vector<uint8_t> file = readFile(path);
+  requirePlausible(path, layout.size, file.size());
+  Picture picture(formatNamed(name).value, holdsFloats(path) ? Tamix_FLOAT32 : Tamix_UINT8, layout.size);
   if (file.size() != picture.bytes().size()) {
     fail(path, std::string(file.size() < picture.bytes().size() ? "is truncated" : "is too long") + ": it has " +
                    std::to_string(file.size()) + " bytes, " + picture.describe() + " takes " +
