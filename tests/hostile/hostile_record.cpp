@@ -144,6 +144,48 @@ std::span<int32_t TamixParams::*const> settingsOf(int32_t operator_type) {
   }
 }
 
+// What planes are filled with comes in tiles: patterns repeat after as many bytes.
+constexpr size_t kTile = 65536;
+using Tile = std::array<uint8_t, kTile>;
+
+// The tile from an offset on, over and over.
+void repeat(const Tile& tile, size_t offset, std::span<uint8_t> bytes) {
+  for (offset %= kTile; !bytes.empty(); offset = 0) {
+    const size_t n = std::min(bytes.size(), kTile - offset);
+    std::memcpy(bytes.data(), &tile[offset], n);
+    bytes = bytes.subspan(n);
+  }
+}
+
+// Any bytes; floats around the range of bytes, small ones around the sizes of images, some of them odd.
+class Noise {
+ public:
+  static const Tile& bytes() { return all().bytes_; }
+  static const Tile& floats() { return all().floats_; }
+  static const Tile& smallFloats() { return all().small_floats_; }
+
+ private:
+  Noise() {
+    std::minstd_rand random(1);
+    for (uint8_t& byte : bytes_) byte = static_cast<uint8_t>(random() >> 8);
+    for (size_t i = 0; i < kTile; i += sizeof(float)) {
+      float value = static_cast<float>(random() % 65536) / 512.0f - 20.0f;
+      float large = 3.0f * value;
+      if (random() % 24 == 0) value = large = oddFloat(static_cast<uint32_t>(random() >> 8));
+      std::memcpy(&small_floats_[i], &value, sizeof(value));
+      std::memcpy(&floats_[i], &large, sizeof(large));
+    }
+  }
+  static const Noise& all() {
+    static const Noise noise;
+    return noise;
+  }
+
+  Tile bytes_;
+  Tile floats_;
+  Tile small_floats_;
+};
+
 }  // namespace
 
 uint32_t Choices::below(uint32_t n) {
@@ -486,6 +528,7 @@ void HostileRecord::fit() {
       params_.interpolation &= operator_type_ == TAMIX_OP_REMAP ? 1 : 18;
       params_.geom_border_type = choose_.oneOf({0, 0, 1});
       break;
+    case TAMIX_OP_COUNT_NON_ZERO:
     case TAMIX_OP_COLOR_TO_HSV:
     case TAMIX_OP_MERGE:
     case TAMIX_OP_NORMALIZATION:
@@ -617,15 +660,9 @@ GuardedBytes& HostileRecord::plane(size_t size) {
 
 void HostileRecord::addNoise(std::span<uint8_t> bytes, bool floats) {
   std::minstd_rand random(noise_ + static_cast<uint32_t>(inputs_.size()) + 1);
-  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() >> 8);
-  if (!floats) return;
+  random.discard(2);
   const bool small = operator_type_ == TAMIX_OP_REMAP || random() % 2 == 0;
-  for (size_t i = 0; i + sizeof(float) <= bytes.size(); i += sizeof(float)) {
-    float value = static_cast<float>(random() % 65536) / 512.0f - 20.0f;
-    if (!small) value *= 3.0f;
-    if (random() % 24 == 0) value = oddFloat(static_cast<uint32_t>(random() >> 8));
-    std::memcpy(&bytes[i], &value, sizeof(value));
-  }
+  repeat(!floats ? Noise::bytes() : small ? Noise::smallFloats() : Noise::floats(), random() / 4 * 4, bytes);
 }
 
 void* HostileRecord::inputPlane(size_t size, bool floats) {
@@ -779,13 +816,18 @@ void HostileRecord::allocate() {
 
 uint8_t HostileRecord::patternAt(uint32_t seed, size_t i) {
   if (seed < 2) return seed == 0 ? 0 : 0xFF;
+  i %= kTile;
   return static_cast<uint8_t>((seed * 0x9e + i * 31 + (i >> 8)) ^ seed >> 8);
 }
 
 void HostileRecord::prefill(uint32_t seed) {
-  for (const std::span<uint8_t> bytes : outputs_) {
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = patternAt(seed, i);
+  thread_local Tile pattern;
+  thread_local int64_t pattern_seed = -1;
+  if (pattern_seed != seed) {
+    for (size_t i = 0; i < kTile; ++i) pattern[i] = patternAt(seed, i);
+    pattern_seed = seed;
   }
+  for (const std::span<uint8_t> bytes : outputs_) repeat(pattern, 0, bytes);
 }
 
 std::string HostileRecord::describe() const {
@@ -846,6 +888,11 @@ Outcome run(HostileRecord& record) {
   const LogCapture log(4);
   const int32_t status = runOnAnyThread(record);
   return {status, log.errors()};
+}
+
+bool isStatusOfRun(int32_t status) {
+  const auto known = {0, -1, -2, -3, -4, -13, -14, -15, 100};
+  return std::find(known.begin(), known.end(), status) != known.end();
 }
 
 std::vector<uint8_t> recipe(int32_t operator_type, uint32_t number) {

@@ -174,6 +174,9 @@ Outcome run(HostileRecord& record);
 // The same on several threads at once: returns the status, and captures no log lines.
 int32_t runOnAnyThread(HostileRecord& record);
 
+// Whether runTamix may return it for a registered operator.
+bool isStatusOfRun(int32_t status);
+
 // A recipe of a deterministic series.
 std::vector<uint8_t> recipe(int32_t operator_type, uint32_t number);
 

@@ -19,11 +19,6 @@ const auto kRecords = static_cast<uint32_t>(countFromEnvironment("TAMIX_TEST_REC
 const auto kRuns = static_cast<size_t>(countFromEnvironment("TAMIX_TEST_RUNS", 100));
 const auto kWarps = static_cast<uint32_t>(countFromEnvironment("TAMIX_TEST_WARPS", 5000));
 
-bool isStatus(int32_t status) {
-  const auto known = {0, -1, -2, -3, -4, -13, -14, -15, 100};
-  return std::find(known.begin(), known.end(), status) != known.end();
-}
-
 // Declared floats are made of the bytes that the output holds: of its old ones where the operator writes nothing, or packed
 // rows.
 bool widensWhatItDidNotWrite(HostileRecord& record) {
@@ -103,7 +98,7 @@ TEST_P(HostileRecords, GiveAStatusAndBytesOfTheirInputsOnly) {
     second.prefill(other_fill);
     const Outcome outcome = runFilled(first, fill);
     const Outcome again = runFilled(second, other_fill);
-    ASSERT_TRUE(isStatus(outcome.status)) << outcome.status;
+    ASSERT_TRUE(isStatusOfRun(outcome.status)) << outcome.status;
     ASSERT_EQ(again.status, outcome.status);
     ASSERT_EQ(again.errors.size(), outcome.errors.size());
     // The mean of bytes is refused without a word.
@@ -194,7 +189,7 @@ TEST(Warps, TakeAnyNumbers) {
     const Manners manners = number % 8 < 4 ? Manners::kPlausible : Manners::kHostile;
     HostileRecord record(type, recipe(type, 1000000 + number), manners);
     const Outcome outcome = run(record);
-    ASSERT_TRUE(isStatus(outcome.status)) << outcome.status << " of record " << number;
+    ASSERT_TRUE(isStatusOfRun(outcome.status)) << outcome.status << " of record " << number;
     if (outcome.status == TAMIX_OK) ++served;
   }
   EXPECT_GT(served, kWarps / 3);

@@ -1,5 +1,13 @@
 #include "tests/support/guarded_buffer.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define TAMIX_TEST_POISONED_HEAP
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TAMIX_TEST_POISONED_HEAP
+#endif
+#endif
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,6 +26,25 @@ Guard actual(Guard guard) {
 
 }  // namespace
 
+#ifdef TAMIX_TEST_POISONED_HEAP
+
+// Blocks of the heap: its granules of 8 bytes end where the memory does, or begin there.
+GuardedBytes::GuardedBytes(size_t size, Guard guard) : size_(size) {
+  constexpr size_t kAlignment = 16;
+  const bool begins = guard == Guard::kBefore && size > 0;
+  const size_t inner = begins ? size : (size / kAlignment + 1) * kAlignment;
+  mapping_ = std::malloc(inner);
+  if (mapping_ == nullptr) {
+    std::perror("malloc");
+    std::abort();
+  }
+  data_ = static_cast<char*>(mapping_) + (inner - size);
+}
+
+GuardedBytes::~GuardedBytes() { std::free(mapping_); }
+
+#else
+
 GuardedBytes::GuardedBytes(size_t size, Guard guard) : size_(size) {
   const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   const size_t inner = (size + page - 1) / page * page;
@@ -35,6 +62,12 @@ GuardedBytes::GuardedBytes(size_t size, Guard guard) : size_(size) {
   data_ = actual(guard) == Guard::kBehind ? first + (inner - size) : first;
 }
 
+GuardedBytes::~GuardedBytes() {
+  if (mapping_ != nullptr) munmap(mapping_, mapped_);
+}
+
+#endif
+
 GuardedBytes::GuardedBytes(GuardedBytes&& other) noexcept { *this = std::move(other); }
 
 GuardedBytes& GuardedBytes::operator=(GuardedBytes&& other) noexcept {
@@ -43,10 +76,6 @@ GuardedBytes& GuardedBytes::operator=(GuardedBytes&& other) noexcept {
   std::swap(data_, other.data_);
   std::swap(size_, other.size_);
   return *this;
-}
-
-GuardedBytes::~GuardedBytes() {
-  if (mapping_ != nullptr) munmap(mapping_, mapped_);
 }
 
 }  // namespace tamix::test
