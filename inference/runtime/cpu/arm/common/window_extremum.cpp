@@ -192,7 +192,7 @@ class RectanglePass {
         right_(static_cast<size_t>(x_.after) * kPixel),
         border_type_(image.border_type),
         border_(image.border_type == TAMIX_BORDER_CONSTANT ? static_cast<uint8_t>(image.border_value) : Op::kNeutral) {
-    const bool striped = x_.window() <= kStripedColumns && border_type_ != TAMIX_BORDER_WRAP;
+    const bool striped = isDirect() && x_.window() <= kStripedColumns && border_type_ != TAMIX_BORDER_WRAP;
     const size_t stripes = striped ? (n_ + kStripe - 1) / kStripe : 1;
     stripe_ = std::min(n_, roundUp((n_ + stripes - 1) / stripes));
     pitch_ = roundUp(left_) + roundUp(stripe_ + (feeds_another ? 2 : 1) * (left_ + right_)) + 2 * kVectorBytes;
