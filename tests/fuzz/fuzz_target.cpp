@@ -150,7 +150,8 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 }
 
 // Guided mutation favours the kinds with the most branches: every other input goes to the kinds in turn.
-extern "C" size_t LLVMFuzzerMutate(uint8_t* bytes, size_t size, size_t max_size);
+// Provided by libFuzzer.
+extern "C" __attribute__((weak)) size_t LLVMFuzzerMutate(uint8_t* bytes, size_t size, size_t max_size);
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* bytes, size_t size, size_t max_size, unsigned seed) {
   static size_t turn = 0;
   const size_t mutated = LLVMFuzzerMutate(bytes, size, max_size);
