@@ -61,7 +61,7 @@ TEST(MorphologyExCPUUINT8, OpensAndClosesWithRectangles) {
   for (const int32_t type : {TAMIX_MORPH_OPEN, TAMIX_MORPH_CLOSE}) {
     for (const int32_t border_type : {0, 4}) {
       const MorphologySettings set{4, 5, nullptr, border_type, 50, 1};
-      expectModel(type, spottedImage({2800, 7, 2800, 3}, type == TAMIX_MORPH_OPEN, 4), set, set, TAMIX_MORPH_RECT);
+      expectModel(type, spottedImage({5600, 7, 5600, 3}, type == TAMIX_MORPH_OPEN, 4), set, set, TAMIX_MORPH_RECT);
     }
   }
 }
