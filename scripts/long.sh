@@ -27,11 +27,11 @@ stopped=false
 findings=0
 trap 'stopped=true' TERM
 
-# Appends a line to the ledger: command, count, seed, result.
+commit=$(git rev-parse --short HEAD)
+git diff --quiet HEAD -- inference include platform tests tools || commit+=" and changes"
+
+# Appends a line to the ledger: check, count, seed, result.
 enter() {
-  local commit
-  commit=$(git rev-parse --short HEAD)
-  git diff --quiet HEAD -- inference include platform tests tools || commit+=" and changes"
   printf '| %s | %s | %s | %s | %s | %s |\n' "$(date -u +%F)" "$commit" "$1" "$2" "$3" "$4" | tee -a docs/ledger.md
 }
 
