@@ -172,10 +172,10 @@ TEST_F(ResizeOperators, RefuseInTheirOrder) {
        errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: -2, -2")},
       {"area: planes to pixels with a second plane", TAMIX_OP_RESIZE_AREA,
        [](TamixImage& src, TamixImage& dst) {
-         src.format = Tamix_NV21;
+         src.format = 19;
          src.data[1] = dst.data[1] = src.data[0];
        },
-       errorLine(planes, "resizePlanes", "Recieve unsupported input and output format: 18, 2")},
+       errorLine(planes, "resizePlanes", "Recieve unsupported input and output format: 19, 2")},
       {"nearest: channels before formats", TAMIX_OP_RESIZE_NEAREST,
        [](TamixImage&, TamixImage& dst) {
          dst.format = Tamix_GRAY;
