@@ -162,5 +162,13 @@ TEST(GaussianFilterCPUUINT8, ChecksPlanesThenKernelAndIgnoresOtherSizes) {
   EXPECT_TRUE(sameBytes(dst, Image<uint8_t>(src.shape())));
 }
 
+TEST(GaussianFilterCPUUINT8, LeavesRowsWithoutChannelsAloneWhereverTheyLie) {
+  const LogCapture log(4);
+  uint8_t byte = 7;
+  EXPECT_EQ(gaussianFilterCPUUINT8(&byte, &byte, 8, 16, INT32_MAX, INT32_MAX, -INT32_MAX, 3, 3, nullptr, 9, 0, 1, 0.0f),
+            TAMIX_ERR_UNSUPPORTED);
+  EXPECT_EQ(byte, 7);
+}
+
 }  // namespace
 }  // namespace tamix::test
