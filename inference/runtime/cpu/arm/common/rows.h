@@ -44,9 +44,10 @@ inline size_t planeElements(int32_t height, int32_t width, int32_t width_stride,
 }
 
 // One long row where rows of n pixels, that many from row to row, follow each other without padding in every plane. Only for
-// rows whose blocks and tails agree: the tails move.
+// rows whose blocks and tails agree: the tails move. However many empty rows are none.
 template <class... Strides>
 void joinPixelRows(int32_t& height, size_t& n, Strides... width_strides) {
+  if (n == 0) height = 0;
   if (height <= 1 || !((width_strides == static_cast<ptrdiff_t>(n)) && ...)) return;
   n *= static_cast<size_t>(height);
   height = 1;
