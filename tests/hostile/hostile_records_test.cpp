@@ -145,7 +145,9 @@ TEST_P(HostileRecords, SurviveEveryFailedAllocation) {
           status = session.run(starved.params());
           has_struck = failing.struck();
         }
-        if (n == 0) ASSERT_EQ(status, TAMIX_ERR_INVALID_HANDLE);
+        if (n == 0) {
+          ASSERT_EQ(status, TAMIX_ERR_INVALID_HANDLE);
+        }
         has_failed = status != outcome.status;
         if (has_failed) {
           ASSERT_TRUE(has_struck && lacksMemory(GetParam(), status, log.errors())) << status;
