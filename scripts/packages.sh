@@ -6,6 +6,7 @@ test_packages=("${tool_packages[@]}" googletest pkg-config binutils abigail-tool
 aarch64_packages=("${test_packages[@]}" g++-aarch64-linux-gnu qemu-user)
 clang_packages=(clang clang-format libclang-rt-14-dev)
 sanitize_packages=(valgrind libc++-16-dev libc++abi-16-dev)
+docs_packages=(doxygen)
 bench_packages=("${library_packages[@]}" libbenchmark-dev)
 demo_packages=("${tool_packages[@]}" ffmpeg)
 aar_packages=(zip)

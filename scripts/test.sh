@@ -1,15 +1,19 @@
 #!/usr/bin/env bash
-# test.sh: every check of a change. The format; all tests on this machine with GCC, on AArch64 under emulation, and with Clang's
-# address and undefined-behaviour sanitizers; the library for AArch64 with Clang; the same bytes from every build.
-# Installs what it needs.
+# test.sh: every check of a change. The format and the documentation; all tests on this machine with GCC, on AArch64 under
+# emulation, and with Clang's address and undefined-behaviour sanitizers; the library for AArch64 with Clang; the same bytes from
+# every build. Installs what it needs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/packages.sh
 . scripts/packages.sh
-scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}"
+scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}" "${docs_packages[@]}"
 
 echo "== format"
 git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
+
+echo "== documentation"
+mkdir -p build
+doxygen docs/Doxyfile
 
 emulated() { qemu-aarch64 -L /usr/aarch64-linux-gnu "$@"; }
 
@@ -30,9 +34,10 @@ done
 
 echo "== AArch64 with Clang"
 cmake --build --preset aarch64-clang
+scripts/size.sh build/aarch64-clang
 
 echo "== AArch64 with pages of 16 KiB"
-TAMIX_TEST_RECORDS=100 emulated -p 16384 build/aarch64/tests/hostile_records_test --gtest_brief=1
+emulated -p 16384 build/aarch64/tests/record_planes_test --gtest_brief=1
 
 echo "== the same bytes from every build"
 digests=$(mktemp)

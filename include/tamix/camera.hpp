@@ -1,12 +1,15 @@
-// The C interface in C++20: an instance that releases itself, views of images, settings by name, statuses with names. A header
-// only, without exceptions; everything it does goes through tamix.h.
-//
-//   namespace camera = tamix::camera;
-//   camera::Instance instance;
-//   camera::Status status = instance.run(TAMIX_OP_GAUSSIAN_FILTER, {camera::packed(pixels, Tamix_RGB, width, height)},
-//                                        {camera::packed(blurred, Tamix_RGB, width, height)},
-//                                        {.kernel_size = 5, .border_type = TAMIX_BORDER_REFLECT_101});
-//   if (!status) std::puts(status.name());
+/// @file
+/// The C interface in C++20: an instance that releases itself, views of images, settings by name, statuses with names. A header
+/// only, without exceptions; everything it does goes through tamix.h.
+///
+/// @code
+///   namespace camera = tamix::camera;
+///   camera::Instance instance;
+///   camera::Status status = instance.run(TAMIX_OP_GAUSSIAN_FILTER, {camera::packed(pixels, Tamix_RGB, width, height)},
+///                                        {camera::packed(blurred, Tamix_RGB, width, height)},
+///                                        {.kernel_size = 5, .border_type = TAMIX_BORDER_REFLECT_101});
+///   if (!status) std::puts(status.name());
+/// @endcode
 #pragma once
 
 #include <algorithm>
@@ -24,33 +27,40 @@
 
 namespace tamix::camera {
 
-// What a call returned.
+/// What a call returned.
 class [[nodiscard]] Status {
  public:
+  /// From a TamixStatus.
   constexpr Status(int32_t code = TAMIX_OK) : code_(code) {}
 
+  /// True for success.
   constexpr explicit operator bool() const { return code_ == TAMIX_OK; }
+  /// The TamixStatus.
   constexpr int32_t code() const { return code_; }
+  /// Such as "TAMIX_ERR_UNSUPPORTED".
   const char* name() const { return tamix_status_name(code_); }
+  /// Equal codes.
   friend constexpr bool operator==(Status, Status) = default;
 
  private:
   int32_t code_;
 };
 
-// An image that is read; the caller keeps the planes alive while it runs operators on it.
+/// An image that is read; the caller keeps the planes alive while it runs operators on it.
 class ConstView {
  public:
-  // An unused slot.
+  /// An unused slot.
   ConstView() = default;
+  /// Of a record's image.
   explicit ConstView(const TamixImage& image) : image_(image) {}
+  /// The image as a record has it.
   const TamixImage& image() const { return image_; }
 
  protected:
   TamixImage image_{};
 };
 
-// An image that may be written, and read as well.
+/// An image that may be written, and read as well.
 class View : public ConstView {
  public:
   using ConstView::ConstView;
@@ -60,11 +70,11 @@ template <class T>
 concept Element = std::is_same_v<std::remove_const_t<T>, uint8_t> || std::is_same_v < std::remove_const_t<T>,
 float > ;
 
-// The view of planes of T: of constants, only to be read.
+/// The view of planes of T: of constants, only to be read.
 template <class T>
 using ViewOf = std::conditional_t<std::is_const_v<T>, ConstView, View>;
 
-// Channels of a pixel of a packed format: 1 of formats that do not say.
+/// Channels of a pixel of a packed format: 1 of formats that do not say.
 constexpr int32_t channelsOf(int32_t format) {
   switch (format) {
     case Tamix_BGR:
@@ -79,13 +89,13 @@ constexpr int32_t channelsOf(int32_t format) {
   }
 }
 
-// Elements of a plane of rows of `n` elements that begin `pitch` elements apart; the last one is not padded.
+/// Elements of a plane of rows of `n` elements that begin `pitch` elements apart; the last one is not padded.
 constexpr size_t planeElements(int32_t rows, int64_t pitch, int64_t n) {
   return rows < 1 || pitch < n || n < 1 ? 0
                                         : static_cast<size_t>(rows - 1) * static_cast<size_t>(pitch) + static_cast<size_t>(n);
 }
 
-// An interleaved image. Rows begin `width_stride` pixels apart, 0: one behind the other. `channel` 0: as the format says.
+/// An interleaved image. Rows begin `width_stride` pixels apart, 0: one behind the other. `channel` 0: as the format says.
 template <Element T>
 ViewOf<T> packed(T* pixels, int32_t format, int32_t width, int32_t height, int32_t width_stride = 0, int32_t channel = 0) {
   TamixImage image{};
@@ -99,7 +109,7 @@ ViewOf<T> packed(T* pixels, int32_t format, int32_t width, int32_t height, int32
   return ViewOf<T>(image);
 }
 
-// The same of a span. Operators refuse it (TAMIX_ERR_INVALID_IMAGE) where the span is too short for the image.
+/// The same of a span. Operators refuse it (TAMIX_ERR_INVALID_IMAGE) where the span is too short for the image.
 template <Element T>
 ViewOf<T> packed(std::span<T> pixels, int32_t format, int32_t width, int32_t height, int32_t width_stride = 0,
                  int32_t channel = 0) {
@@ -109,19 +119,21 @@ ViewOf<T> packed(std::span<T> pixels, int32_t format, int32_t width, int32_t hei
   return packed(elements <= pixels.size() ? pixels.data() : nullptr, format, width, height, width_stride, channel);
 }
 
+/// The same of a vector.
 template <Element T>
 View packed(std::vector<T>& pixels, int32_t format, int32_t width, int32_t height, int32_t width_stride = 0,
             int32_t channel = 0) {
   return packed(std::span<T>(pixels), format, width, height, width_stride, channel);
 }
 
+/// The same of a vector that is only read.
 template <Element T>
 ConstView packed(const std::vector<T>& pixels, int32_t format, int32_t width, int32_t height, int32_t width_stride = 0,
                  int32_t channel = 0) {
   return packed(std::span<const T>(pixels), format, width, height, width_stride, channel);
 }
 
-// A YUV 4:2:0 frame of two planes, Tamix_NV12 or Tamix_NV21. Both planes' rows begin `width_stride` bytes apart.
+/// A YUV 4:2:0 frame of two planes, Tamix_NV12 or Tamix_NV21. Both planes' rows begin `width_stride` bytes apart.
 template <Element T>
 ViewOf<T> biplanar(T* luma, T* chroma, int32_t format, int32_t width, int32_t height, int32_t width_stride = 0) {
   TamixImage image = packed(luma, format, width, height, width_stride).image();
@@ -129,7 +141,7 @@ ViewOf<T> biplanar(T* luma, T* chroma, int32_t format, int32_t width, int32_t he
   return ViewOf<T>(image);
 }
 
-// An I420 frame. The rows of Y begin `width_stride` bytes apart, those of U and V half of it.
+/// An I420 frame. The rows of Y begin `width_stride` bytes apart, those of U and V half of it.
 template <Element T>
 ViewOf<T> i420(T* y, T* u, T* v, int32_t width, int32_t height, int32_t width_stride = 0) {
   TamixImage image = packed(y, Tamix_I420, width, height, width_stride).image();
@@ -138,8 +150,10 @@ ViewOf<T> i420(T* y, T* u, T* v, int32_t width, int32_t height, int32_t width_st
   return ViewOf<T>(image);
 }
 
-// Settings of a run, with the defaults of initTamixParams. TamixParams says what they mean.
+/// Settings of a run, with the defaults of initTamixParams. TamixParams says what they mean.
 struct Settings {
+  ///@{
+  /// As in TamixParams.
   int32_t op_mode = -1;
   std::array<int32_t, 4> border_params{};
   int32_t interpolation = -1;
@@ -181,24 +195,32 @@ struct Settings {
   int32_t fuse_overlap = 0;
   int32_t fuse_direction = 0;
   const float* fuse_weights = nullptr;
+  ///@}
 
+  /// Writes all of them into a record.
   void writeTo(TamixParams& params) const;
 };
 
-// Configuration of an instance. Unlike the C interface's default, the calling thread stays on the cores it runs on; perf_level
-// 2 binds it to the big ones.
+/// Configuration of an instance. Unlike the C interface's default, the calling thread stays on the cores it runs on; perf_level
+/// 2 binds it to the big ones.
 struct Config {
+  ///@{
+  /// As in TamixConfig.
   int32_t perf_level = -1;
   int32_t num_threads = 2;
   int32_t log_level = 2;
+  ///@}
 };
 
-// An instance of the library. One thread at a time may use it.
+/// An instance of the library. One thread at a time may use it.
 class Instance {
  public:
+  /// Creates it; status() says whether that worked.
   explicit Instance(const Config& config = {});
   ~Instance() { release(); }
+  /// What was moved from has no instance any more: its runs return TAMIX_ERR_INVALID_HANDLE.
   Instance(Instance&& other) noexcept { swap(other); }
+  /// The same.
   Instance& operator=(Instance&& other) noexcept {
     Instance taken(std::move(other));
     swap(taken);
@@ -207,17 +229,17 @@ class Instance {
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
 
-  // What became of its creation. Runs of an instance that could not be created return it.
+  /// What became of its creation. Runs of an instance that could not be created return it.
   Status status() const { return status_; }
-  // For the C interface; the instance keeps it.
+  /// For the C interface; the instance keeps it.
   TamixHandle handle() const { return handle_; }
 
-  // Makes an operator ready; run() does so the first time.
+  /// Makes an operator ready; run() does so the first time.
   Status prepare(int32_t operator_type);
-  // Runs an operator on up to four inputs and outputs.
+  /// Runs an operator on up to four inputs and outputs.
   Status run(int32_t operator_type, std::initializer_list<ConstView> inputs, std::initializer_list<View> outputs,
              const Settings& settings = {});
-  // Runs an operator on a whole record, in which it leaves completed strides and the size of a fused image.
+  /// Runs an operator on a whole record, in which it leaves completed strides and the size of a fused image.
   Status run(int32_t operator_type, TamixParams& params);
 
  private:
