@@ -75,6 +75,7 @@ template <int32_t kRed, bool kIsNV21>
 int32_t Color3ToYUV(const uint8_t* src, uint8_t* dst_y, uint8_t* dst_uv, int32_t width, int32_t height,
                     int32_t src_width_stride, int32_t dst_width_stride) {
   TAMIX_REQUIRE_DATA(src, dst_y, dst_uv);
+  if (width < 1) return TAMIX_OK;  // however many rows
   const auto colours = plane(src, src_width_stride, 3);
   const auto luma = plane(dst_y, dst_width_stride);
   const auto chroma = plane(dst_uv, dst_width_stride);
