@@ -51,6 +51,7 @@ fuzz() {
   rm -rf "$folder"
   mkdir -p "$folder/corpus"
   cp "build/asan/tests/$target" "$folder/"
+  started=$SECONDS  # the build does not count
   for ((left = inputs; left > 0 && status == 0; left -= run, ++seed)); do
     if $stopped || ((SECONDS - started >= ${TAMIX_LONG_SECONDS:-86400})); then break; fi
     ((left >= run)) || run=$left
@@ -65,7 +66,7 @@ fuzz() {
   else
     result="no finding"
   fi
-  [ -s "$folder/tally" ] || : >"$folder/tally"
+  [ -s "$folder/tally" ] || { ((status != 0)) || return 0; : >"$folder/tally"; }
   read -r count rest <<<"$(tallied "$folder/tally")"
   enter "$target, $mode" "$count" "$first_seed to $((seed - 1))" "$result; $rest"
 }
