@@ -212,6 +212,11 @@ TEST(Reciprocal, RefinedTakesTheArchitecturesStepsForEveryMixOfLanes) {
     const float lane = hn::GetLane(refinedReciprocal(one, hn::LoadU(one, &in[i])));
     const auto bits = std::bit_cast<uint32_t>(in[i]);
     const uint32_t expected = std::isnan(in[i]) ? bits | 0x00400000 : std::bit_cast<uint32_t>(model(in[i]));
+    if (HWY_TARGET == HWY_NEON && std::isnan(in[i])) {
+      // The estimate and the step are NaN of opposite signs; which one a product takes is the compiler's order of operands.
+      ASSERT_TRUE(std::isnan(std::bit_cast<float>(wide[i])) && std::isnan(lane));
+      continue;
+    }
     ASSERT_EQ(wide[i], expected) << in[i];
     ASSERT_EQ(std::bit_cast<uint32_t>(lane), expected) << in[i];
   }
