@@ -183,6 +183,22 @@ TEST(ErodeAndDilateCPUUINT8, TakeManyPassesOverNestedElements) {
   }
 }
 
+TEST(ErodeAndDilateCPUUINT8, TakeElementsThatReachFarBeyondTheImage) {
+  std::mt19937 random(11);
+  const auto below = [&](int32_t n) { return static_cast<int32_t>(random() % static_cast<uint32_t>(n)); };
+  for (uint32_t turn = 0; turn < 300; ++turn) {
+    SCOPED_TRACE("element " + std::to_string(turn));
+    const int32_t rows = 1 + below(9), columns = 1 + below(4);
+    std::vector<uint8_t> kernel(static_cast<size_t>(rows * columns));
+    for (uint8_t& member : kernel) member = below(2) == 0;
+    const bool erodes = turn % 2 == 0;
+    const Image<uint8_t> src = spottedImage({1 + below(4), 1 + below(4), 5, 3}, erodes, turn);
+    for (int32_t border_type = 0; border_type < 5; ++border_type) {
+      expectModel(erodes, src, {rows, columns, kernel.data(), border_type, below(256), 1 + below(4)});
+    }
+  }
+}
+
 TEST(ErodeAndDilateCPUUINT8, TakeHugeAndEmptyWindows) {
   const Image<uint8_t> src = spottedImage({9, 5, 9, 3}, true, 5);
   Image<uint8_t> expected = morphologyModel(src, true, {19, 19, nullptr, 4, 0, 1});

@@ -51,6 +51,13 @@ struct Setting {
   int32_t value;
 };
 
+// A setting of which all values are tried.
+struct Sweep {
+  const char* name;
+  Field field;
+  std::vector<std::pair<int32_t, const char*>> values;
+};
+
 // An operator, or one of its modes.
 struct Case {
   int32_t type;
@@ -61,14 +68,7 @@ struct Case {
   std::vector<Setting> settings = {};
   int32_t in_type = Tamix_UINT8;
   int32_t out_type = Tamix_UINT8;
-  std::vector<struct Sweep> sweeps = {};
-};
-
-// A setting of which all values are tried.
-struct Sweep {
-  const char* name;
-  Field field;
-  std::vector<std::pair<int32_t, const char*>> values;
+  std::vector<Sweep> sweeps = {};
 };
 
 const std::vector<Case>& cases();

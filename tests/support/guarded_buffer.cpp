@@ -31,7 +31,7 @@ Guard actual(Guard guard) {
 // Blocks of the heap: its granules of 8 bytes end where the memory does, or begin there.
 GuardedBytes::GuardedBytes(size_t size, Guard guard) : size_(size) {
   constexpr size_t kAlignment = 16;
-  const bool begins = guard == Guard::kBefore && size > 0;
+  const bool begins = actual(guard) == Guard::kBefore && size > 0;
   const size_t inner = begins ? size : (size / kAlignment + 1) * kAlignment;
   mapping_ = std::malloc(inner);
   if (mapping_ == nullptr) {

@@ -28,10 +28,13 @@ bool NestedElement::readChords(const StructuringElement& element, int32_t width)
   constexpr Chord kNone{-1, -1};
   const int64_t height = chords_.height;
   std::fill_n(chords_.memory.data(), 2 * height + 1, kNone);
+  const auto chordOf = [width](const ElementBox& box) {
+    return Chord{static_cast<int32_t>(std::min<int64_t>(-box.column_begin, width)),
+                 static_cast<int32_t>(std::min<int64_t>(box.column_end - 1, width))};
+  };
   for (const ElementBox& box : element) {
     if (box.column_begin > 0 || box.column_end < 1) return false;
-    const Chord chord{static_cast<int32_t>(std::min<int64_t>(-box.column_begin, width)),
-                      static_cast<int32_t>(std::min<int64_t>(box.column_end - 1, width))};
+    const Chord chord = chordOf(box);
     for (int64_t row = std::max(box.row_begin, -height); row < std::min(box.row_end, height + 1); ++row) {
       Chord& at = chords_[static_cast<int32_t>(row)];
       if (at != kNone) return false;
@@ -49,7 +52,16 @@ bool NestedElement::readChords(const StructuringElement& element, int32_t width)
   chords_.down = reach(1);
   const auto members = std::count_if(chords_.memory.data(), chords_.memory.data() + 2 * height + 1,
                                      [&](const Chord& chord) { return chord != kNone; });
-  return members == count();
+  if (members != count()) return false;
+  // Rows further away add nothing where all nearer ones are members and contain them.
+  const Chord& top = chords_[-chords_.height];
+  const Chord& bottom = chords_[chords_.height];
+  for (const ElementBox& box : element) {
+    const Chord chord = chordOf(box);
+    if (box.row_begin < -height && (top == kNone || !top.contains(chord))) return false;
+    if (box.row_end > height + 1 && (bottom == kNone || !bottom.contains(chord))) return false;
+  }
+  return true;
 }
 
 void NestedElement::add(const Chords& a, const Chords& b, int32_t width, Chords& sum) {
