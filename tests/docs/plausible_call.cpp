@@ -305,7 +305,8 @@ TamixImage& Call::addImage(TamixImage& image, const Layout& layout, int32_t type
     PlaneOf plane{nullptr, rows, row_elements * element, pitch * element};
     plane.data = take(static_cast<size_t>(std::max<int64_t>(plane.bytes(), 1)), kBefore);
     image.data[k] = plane.data;
-    is_input ? paint(plane, type == kF32, static_cast<uint32_t>(results_.size() + k + 10 * (&image - params_.input)))
+    is_input ? paint(plane, type == kF32,
+                     static_cast<uint32_t>(results_.size() + k + 10 * static_cast<size_t>(&image - params_.input)))
              : results_.push_back(plane);
   };
   const int64_t elements = pixelElements(c_.type, is_input, layout);
