@@ -109,6 +109,12 @@ TEST_F(YUVToColorCPU, RefusesInOrder) {
        errorLine(operator_file, "YUVToColorCPUUINT8", "Recieve unsupported input and output shape: (6, 46) and (4, 46)")},
       {"narrower output", [](TamixParams& p) { p.output[0].width = 45; }, TAMIX_ERR_UNSUPPORTED,
        errorLine(operator_file, "YUVToColorCPUUINT8", "Recieve unsupported input and output shape: (6, 46) and (6, 45)")},
+      {"odd NV12 height where the output has no type",
+       [](TamixParams& p) {
+         p.input[0].height = 5;
+         p.output[0].type = 0;
+       },
+       TAMIX_ERR_ILLEGAL_SHAPE, errorLine(operator_file, "YUVToColorCPUUINT8", "recieved illegal input shape [5x46].")},
       {"I420 without V",
        [](TamixParams& p) {
          p.input[0].format = Tamix_I420;

@@ -40,6 +40,9 @@ int32_t YUVToColorCPU::YUVToColorCPUUINT8(const TamixImage& src, const TamixImag
   TAMIX_REQUIRE(isOneOf(src.format, Tamix_I420, Tamix_NV12, Tamix_NV21) && isOneOf(dst.format, Tamix_BGR, Tamix_RGB),
                 TAMIX_ERR_UNSUPPORTED, "Recieve unsupported format: %d", src.format);
   TAMIX_REQUIRE_ROOM(src, dst);
+  // An output without a type passes before the common checks look at the input's planes.
+  TAMIX_REQUIRE(src.format == Tamix_I420 || (src.width % 2 == 0 && src.height % 2 == 0), TAMIX_ERR_ILLEGAL_SHAPE,
+                "recieved illegal input shape [%dx%d].", src.height, src.width);
   const bool rgb = dst.format == Tamix_RGB;
   const auto* const y = data<const uint8_t>(src);
   const auto* const uv = data<const uint8_t>(src, 1);
