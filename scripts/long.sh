@@ -17,7 +17,11 @@ kernel_guided     guided kernel_fuzzer 1000000
 lifecycle_series  series lifecycle_fuzzer 2000000
 lifecycle_guided  guided lifecycle_fuzzer 200000
 file_guided       guided file_fuzzer 1000000
-hostile_records   test host TAMIX_TEST_RECORDS=20000 hostile_records_test --gtest_brief=1
+hostile_records   test asan TAMIX_TEST_RECORDS=450 hostile_records_test --gtest_brief=1
+warps             test asan TAMIX_TEST_WARPS=1000000 hostile_records_test --gtest_filter=Warps.*
+runs              test host TAMIX_TEST_RUNS=20000 hostile_records_test --gtest_filter=*LeaveNoMemory*
+lives             test host TAMIX_TEST_LIVES=100000 tamix_interface_test --gtest_brief=1
+planes            test host TAMIX_TEST_PLANES=20 record_planes_test --gtest_brief=1
 '
 
 root=$PWD
