@@ -9,7 +9,8 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh "${test_packages[@]}" "${aarch64_packages[@]}" "${clang_packages[@]}" "${docs_packages[@]}"
 
 echo "== format"
-git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
+find bench examples include inference platform tests tools -regex '.*\.\(cpp\|hpp\|h\|c\)' -print0 |
+  xargs -0 clang-format --dry-run --Werror
 
 echo "== documentation"
 mkdir -p build
