@@ -49,6 +49,8 @@ def problems(files):
         for link in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", path.read_text()):
             if not (path.parent / link).exists():
                 yield f"{path}: link to {link}, which does not exist"
+    if (ROOT / "examples/resize.c").read_text() not in (ROOT / "README.md").read_text():
+        yield "README.md does not show examples/resize.c as it is"
 
 
 def check(probe):
