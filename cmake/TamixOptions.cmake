@@ -69,6 +69,7 @@ target_compile_options(tamix_build_flags INTERFACE
   $<$<NOT:$<BOOL:${ANDROID}>>:-pthread>
   -Wall -Wextra -Wconversion
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> # GCC 12 warns of sums of strings that cannot overlap
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi> # and notes what GCC 10 did otherwise
   -ffp-contract=off # both architectures give the same bytes; a fused multiply-add is written where it is wanted
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= # the same binary from every folder
 )

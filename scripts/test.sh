@@ -35,7 +35,7 @@ done
 
 echo "== AArch64 with Clang"
 cmake --build --preset aarch64-clang
-scripts/size.sh build/aarch64-clang
+scripts/size.sh build/aarch64
 
 echo "== AArch64 with pages of 16 KiB"
 emulated -p 16384 build/aarch64/tests/record_planes_test --gtest_brief=1
