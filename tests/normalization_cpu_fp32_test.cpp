@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 
 #include "tests/support/allocation.h"
@@ -94,6 +95,24 @@ TEST(NormalizationCPUFLOAT32, GivesInfinitiesForALaterZeroDeviation) {
   EXPECT_EQ(dst.at(0, 0, 0), 5.0f);
   EXPECT_EQ(dst.at(0, 0, 1), INFINITY);
   EXPECT_EQ(dst.at(0, 0, 2), -INFINITY);
+}
+
+TEST(NormalizationCPUFLOAT32, GivesThePositiveNaNForInvalidOperations) {
+  const float values[4] = {INFINITY, 2.0f, -INFINITY, 0.0f};
+  const float settings[3][2] = {{INFINITY, 1.0f}, {0.0f, INFINITY}, {INFINITY, -INFINITY}};
+  for (const int32_t channel : {1, 3}) {
+    Image<float> src({40, 1, 40, channel}), dst({40, 1, 40, channel});
+    src.fill([&](int32_t, size_t i) { return values[i % 4]; });
+    for (const auto& [mean, std] : settings) {
+      const float means[3] = {mean, mean, mean}, stds[3] = {std, std, std};
+      ASSERT_EQ(normalizationCPUFLOAT32(src.data(), dst.data(), 1, 40, 40, 40, channel, means, stds, 0, 1, 1, 1), TAMIX_OK);
+      for (size_t i = 0; i < dst.elements(); ++i) {
+        const float value = (values[i % 4] - mean) * (1.0f / std);
+        const uint32_t bits = std::isnan(value) ? 0x7FC00000 : std::bit_cast<uint32_t>(value);
+        ASSERT_EQ(std::bit_cast<uint32_t>(dst.data()[i]), bits) << values[i % 4] << " " << mean << " " << std;
+      }
+    }
+  }
 }
 
 TEST(NormalizationCPUFLOAT32, ChecksInOrder) {

@@ -1,7 +1,11 @@
 #include "inference/runtime/cpu/arm/fp32/normalization_cpu_fp32.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
+#include <functional>
+#include <limits>
 
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
@@ -15,12 +19,26 @@ namespace {
 const hn::ScalableTag<float> kFloats;
 constexpr size_t kMostLanes = hn::MaxLanes(kFloats);
 
+// The NaN of an invalid operation is positive on Arm; x86 makes a negative one.
+constexpr bool kInvalidIsNegative = HWY_TARGET != HWY_NEON;
+
+float asOnArm(float result, float a, float b) {
+  return std::isnan(result) && !std::isnan(a) && !std::isnan(b) ? std::numeric_limits<float>::quiet_NaN() : result;
+}
+
 // What is taken from a channel's values, and what the difference is multiplied by.
 struct Scale {
   float mean;
   float factor;
 
   float operator()(float value) const { return (value - mean) * factor; }
+  // The same with Arm's NaN everywhere.
+  float onArm(float value) const {
+    const float difference = asOnArm(value - mean, value, mean);
+    return asOnArm(difference * factor, difference, factor);
+  }
+  // Whether it may make infinity less infinity, or zero times infinity.
+  bool mayBeInvalid() const { return !std::isfinite(mean) || !std::isfinite(factor) || factor == 0.0f; }
 };
 
 // Four vectors of consecutive elements as floats.
@@ -126,16 +144,31 @@ void normalizePlanar(const uint8_t* src, const std::array<float*, 3>& planes, si
   }
 }
 
+// Element by element; channel c of pixel x goes to planes[c][x * step].
+template <class T>
+void normalizeAsOnArm(const T* src, const std::array<float*, 3>& planes, size_t step, size_t pixels, size_t channels,
+                      const std::array<Scale, 3>& scales) {
+  for (size_t x = 0; x < pixels; ++x) {
+    for (size_t c = 0; c < channels; ++c) planes[c][x * step] = scales[c].onArm(static_cast<float>(src[channels * x + c]));
+  }
+}
+
 // An unpadded image is one run of pixels.
 template <class T>
 void normalize(const T* src, float* dst, size_t pixels, int32_t channel, const float* mean, const float* std, bool planar,
                bool same_order) {
-  if (channel == 1) return normalizeInterleaved<1>(src, dst, pixels, {Scale{mean[0], 1.0f / std[0]}});
-  const std::array<Scale, 3> scales = {Scale{mean[0], 1.0f / std[0]}, Scale{mean[1], 1.0f / std[1]},
-                                       Scale{mean[2], 1.0f / std[2]}};
-  if (!planar) return normalizeInterleaved<3>(src, dst, 3 * pixels, scales);
+  const auto channels = static_cast<size_t>(channel);
+  std::array<Scale, 3> scales{};
+  for (size_t c = 0; c < channels; ++c) scales[c] = {mean[c], 1.0f / std[c]};
   float* const first = same_order ? dst : dst + 2 * pixels;
   float* const last = same_order ? dst + 2 * pixels : dst;
+  const bool has_planes = planar && channel == 3;
+  if (kInvalidIsNegative && std::any_of(scales.begin(), scales.begin() + channel, std::mem_fn(&Scale::mayBeInvalid))) {
+    if (has_planes) return normalizeAsOnArm(src, {first, dst + pixels, last}, 1, pixels, channels, scales);
+    return normalizeAsOnArm(src, {dst, dst + 1, dst + 2}, channels, pixels, channels, scales);
+  }
+  if (channel == 1) return normalizeInterleaved<1>(src, dst, pixels, {scales[0]});
+  if (!has_planes) return normalizeInterleaved<3>(src, dst, 3 * pixels, scales);
   normalizePlanar(src, {first, dst + pixels, last}, pixels, scales);
 }
 
