@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include <vector>
 
 #include "inference/runtime/cpu/arm/fp32/rectcut_cpu_fp32.h"
@@ -36,6 +38,13 @@ void expectCut(Kernel kernel) {
 
 TEST(RectCutCPUUINT8, CopiesTheRectangleAndNothingElse) { expectCut<uint8_t>(rectCutCPUUINT8); }
 TEST(RectCutCPUFLOAT32, CopiesTheRectangleAndNothingElse) { expectCut<float>(rectCutCPUFLOAT32); }
+
+TEST(RectCutCPUUINT8, LeavesAnImageOfNegativeChannelsAlone) {
+  uint8_t byte = 7;
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  EXPECT_EQ(rectCutCPUUINT8(&byte, 23, 18, 8192, &byte, 1, 2, 8192, kLeast, 13, 13, 2, 1, 1), TAMIX_OK);
+  EXPECT_EQ(byte, 7);
+}
 
 }  // namespace
 }  // namespace tamix::test

@@ -9,8 +9,10 @@ int32_t rectCutCPUFLOAT32(const float* src, int32_t /*src_height*/, int32_t /*sr
                           int32_t /*dst_height*/, int32_t /*dst_width*/, int32_t dst_stride, int32_t channels, int32_t left,
                           int32_t top, int32_t width, int32_t height, int32_t /*num_threads*/) {
   TAMIX_REQUIRE_DATA(src, dst);
+  const size_t n = rowElements(width, channels);
+  if (n == 0) return TAMIX_OK;  // strides of negative channels lead anywhere
   copyImage(plane(src, src_stride, channels).from(top, ptrdiff_t{left} * channels), plane(dst, dst_stride, channels), height,
-            rowElements(width, channels));
+            n);
   return TAMIX_OK;
 }
 
