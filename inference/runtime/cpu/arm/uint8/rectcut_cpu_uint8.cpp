@@ -1,6 +1,6 @@
 #include "inference/runtime/cpu/arm/uint8/rectcut_cpu_uint8.h"
 
-#include "inference/runtime/cpu/arm/common/stream.h"
+#include "inference/runtime/cpu/arm/common/cut_image.h"
 #include "inference/utils/tamix_log.h"
 
 namespace tamix {
@@ -9,10 +9,7 @@ int32_t rectCutCPUUINT8(const uint8_t* src, int32_t /*src_height*/, int32_t /*sr
                         int32_t /*dst_height*/, int32_t /*dst_width*/, int32_t dst_stride, int32_t channels, int32_t left,
                         int32_t top, int32_t width, int32_t height, int32_t /*num_threads*/) {
   TAMIX_REQUIRE_DATA(src, dst);
-  const size_t n = rowElements(width, channels);
-  if (n == 0) return TAMIX_OK;  // strides of negative channels lead anywhere
-  copyImage(plane(src, src_stride, channels).from(top, ptrdiff_t{left} * channels), plane(dst, dst_stride, channels), height,
-            n);
+  cutImage(src, src_stride, dst, dst_stride, channels, left, top, width, height);
   return TAMIX_OK;
 }
 
