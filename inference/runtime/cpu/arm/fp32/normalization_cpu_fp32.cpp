@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <limits>
 
 #include "inference/runtime/cpu/arm/common/fixed_point.h"
+#include "inference/runtime/cpu/arm/common/float_nan.h"
 #include "inference/runtime/cpu/arm/common/rows.h"
 #include "inference/runtime/cpu/arm/common/simd.h"
 #include "inference/utils/tamix_log.h"
@@ -23,7 +23,8 @@ constexpr size_t kMostLanes = hn::MaxLanes(kFloats);
 constexpr bool kInvalidIsNegative = HWY_TARGET != HWY_NEON;
 
 float asOnArm(float result, float a, float b) {
-  return std::isnan(result) && !std::isnan(a) && !std::isnan(b) ? std::numeric_limits<float>::quiet_NaN() : result;
+  const hn::CappedTag<float, 1> one;
+  return hn::GetLane(withArmNaN(one, hn::Set(one, result), hn::Set(one, a), hn::Set(one, b)));
 }
 
 // What is taken from a channel's values, and what the difference is multiplied by.
