@@ -18,7 +18,6 @@ _PACKED = {1: Format.GRAY, 3: Format.RGB, 4: Format.RGBA}
 def _pitch(plane: Array, pixel_bytes: int) -> int:
     """The bytes from a row of a plane to the next one. The pixels of a row must be neighbours."""
     height, width = plane.shape[:2]
-    expected = pixel_bytes
     for axis in range(1, plane.ndim):
         step = pixel_bytes if axis == 1 else plane.itemsize
         if plane.shape[axis] > 1 and plane.strides[axis] != step:
