@@ -29,7 +29,7 @@ struct Plane {
 // The plane of an interleaved image; width_stride counts pixels.
 template <class T>
 Plane<T> plane(T* data, int32_t width_stride, int32_t channel = 1) {
-  return {data, ptrdiff_t{width_stride} * channel};
+  return {data, ptrdiff_t{width_stride} * std::max(channel, 0)};
 }
 
 // Elements of a row; none where a size is negative.

@@ -112,6 +112,7 @@ void StructuringElement::build(const ForEachBox& forEachBox) {
 
 StructuringElement::StructuringElement(const uint8_t* members, int64_t rows, int64_t columns) : rows_(rows), columns_(columns) {
   build([&](const auto& take) {
+    if (columns < 1) return;  // however many rows
     for (int64_t r = 0; r < rows; ++r) {
       const uint8_t* const row = members + r * columns;
       for (int64_t c = 0; c < columns; ++c) {
