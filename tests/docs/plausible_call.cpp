@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tests/support/allocation.h"
+#include "tests/support/color_channels.h"
 #include "tests/support/image.h"
 #include "tests/support/operator_run.h"
 
@@ -207,15 +208,7 @@ bool isArithmetic(int32_t type) { return type >= TAMIX_OP_MULTIPLE && type <= TA
 
 // Bytes or floats of a pixel in data[0]; conversions of colours go by their formats.
 int32_t pixelElements(int32_t operator_type, bool is_input, const Layout& layout) {
-  switch (operator_type) {
-    case TAMIX_OP_COLOR_TO_HSV:
-    case TAMIX_OP_COLOR4_TO_COLOR3:
-      return is_input ? 4 : 3;
-    case TAMIX_OP_COLOR3_TO_COLOR4:
-      return is_input ? 3 : 4;
-    default:
-      break;
-  }
+  if (const int32_t n = test::colorChannels(operator_type, is_input, layout.format); n != 0) return n;
   if (layout.isFrame()) return 1;
   if (layout.channel != 0) return layout.channel;
   if (layout.format == Tamix_GRAY) return 1;

@@ -27,6 +27,9 @@ namespace {
 struct Count {
   uint64_t calls = 0;
   uint64_t successes = 0;
+
+  // A kind that never succeeds gets ten times the calls of others, not all of them.
+  uint64_t share() const { return std::max(successes, calls / 10); }
 };
 
 class Tally {
@@ -52,7 +55,7 @@ class Tally {
   }
   size_t leastSuccessful() const {
     const auto least = std::min_element(counts_.begin(), counts_.begin() + static_cast<ptrdiff_t>(kFuzzKinds),
-                                        [](const Count& a, const Count& b) { return a.successes < b.successes; });
+                                        [](const Count& a, const Count& b) { return a.share() < b.share(); });
     return static_cast<size_t>(least - counts_.begin());
   }
 

@@ -9,9 +9,7 @@ const size_t kFuzzKinds = kOperators.size();
 std::string fuzzKindName(size_t kind) { return std::to_string(kOperators[kind]); }
 
 bool fuzzOne(size_t kind, std::span<const uint8_t> recipe) {
-  HostileRecord record(kOperators[kind], recipe, Manners::kHostile);
-  record.prefill(1);
-  const int32_t status = run(record).status;
+  const int32_t status = runHostile(kOperators[kind], recipe);
   require(isStatusOfRun(status), "the status is a known one");
   return status == TAMIX_OK;
 }

@@ -48,8 +48,8 @@ int32_t gaussian(const TamixParams& p, int32_t num_threads) {
   const TamixImage& in = p.input[0];
   const TamixImage& out = p.output[0];
   return gaussianFilterCPUUINT8(plane(in), plane(out), in.height, in.width, in.width_stride, out.width_stride, in.channel,
-                                p.kernel_height, p.kernel_width, nullptr, p.border_type, p.border_value, num_threads,
-                                static_cast<float>(p.scale));
+                                p.kernel_height, p.kernel_width, reinterpret_cast<const float*>(p.kernel), p.border_type,
+                                p.border_value, num_threads, static_cast<float>(p.scale));
 }
 
 int32_t mean(const TamixParams& p, int32_t num_threads) {
@@ -71,23 +71,25 @@ int32_t guided(const TamixParams& p, int32_t num_threads) {
 }  // namespace
 
 const std::array<ExportedKernel, 17> kExportedKernels = {{
-    {"NV21ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV21, pairsToColors<NV21ToRGBCPUUINT8>},
-    {"NV21ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV21, pairsToColors<NV21ToBGRCPUUINT8>},
-    {"NV12ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV12, pairsToColors<NV12ToRGBCPUUINT8>},
-    {"NV12ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV12, pairsToColors<NV12ToBGRCPUUINT8>},
-    {"I420ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_I420, planesToColors<I420ToRGBCPUUINT8>},
-    {"I420ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_I420, planesToColors<I420ToBGRCPUUINT8>},
-    {"RGBToNV12CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV12, colorsToPairs<RGBToNV12CPUUINT8>},
-    {"BGRToNV12CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV12, colorsToPairs<BGRToNV12CPUUINT8>},
-    {"RGBToNV21CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV21, colorsToPairs<RGBToNV21CPUUINT8>},
-    {"BGRToNV21CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV21, colorsToPairs<BGRToNV21CPUUINT8>},
-    {"resizeBilinearNV21toRGBCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, Tamix_NV21, resizePairs<resizeBilinearNV21toRGBCPUUINT8>},
-    {"resizeBilinearNV21toBGRCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, Tamix_NV21, resizePairs<resizeBilinearNV21toBGRCPUUINT8>},
-    {"resizeBilinearCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, 0, resize<resizeBilinearCPUUINT8>},
-    {"resizeAreaCPUUINT8", TAMIX_OP_RESIZE_AREA, 0, resize<resizeAreaCPUUINT8>},
-    {"gaussianFilterCPUUINT8", TAMIX_OP_GAUSSIAN_FILTER, 0, gaussian},
-    {"meanFilterCPUUINT8", TAMIX_OP_MEAN_FILTER, 0, mean},
-    {"guidedFilterCPUUINT8", TAMIX_OP_GUIDED_FILTER, 0, guided},
+    {"NV21ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV21, false, pairsToColors<NV21ToRGBCPUUINT8>},
+    {"NV21ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV21, false, pairsToColors<NV21ToBGRCPUUINT8>},
+    {"NV12ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV12, false, pairsToColors<NV12ToRGBCPUUINT8>},
+    {"NV12ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_NV12, false, pairsToColors<NV12ToBGRCPUUINT8>},
+    {"I420ToRGBCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_I420, false, planesToColors<I420ToRGBCPUUINT8>},
+    {"I420ToBGRCPUUINT8", TAMIX_OP_YUV_TO_COLOR, Tamix_I420, false, planesToColors<I420ToBGRCPUUINT8>},
+    {"RGBToNV12CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV12, false, colorsToPairs<RGBToNV12CPUUINT8>},
+    {"BGRToNV12CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV12, false, colorsToPairs<BGRToNV12CPUUINT8>},
+    {"RGBToNV21CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV21, false, colorsToPairs<RGBToNV21CPUUINT8>},
+    {"BGRToNV21CPUUINT8", TAMIX_OP_COLOR_TO_YUV, Tamix_NV21, false, colorsToPairs<BGRToNV21CPUUINT8>},
+    {"resizeBilinearNV21toRGBCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, Tamix_NV21, true,
+     resizePairs<resizeBilinearNV21toRGBCPUUINT8>},
+    {"resizeBilinearNV21toBGRCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, Tamix_NV21, true,
+     resizePairs<resizeBilinearNV21toBGRCPUUINT8>},
+    {"resizeBilinearCPUUINT8", TAMIX_OP_RESIZE_BILINEAR, 0, true, resize<resizeBilinearCPUUINT8>},
+    {"resizeAreaCPUUINT8", TAMIX_OP_RESIZE_AREA, 0, true, resize<resizeAreaCPUUINT8>},
+    {"gaussianFilterCPUUINT8", TAMIX_OP_GAUSSIAN_FILTER, 0, true, gaussian},
+    {"meanFilterCPUUINT8", TAMIX_OP_MEAN_FILTER, 0, false, mean},
+    {"guidedFilterCPUUINT8", TAMIX_OP_GUIDED_FILTER, 0, true, guided},
 }};
 
 }  // namespace tamix::test

@@ -9,6 +9,7 @@
 #include <random>
 #include <sstream>
 
+#include "tests/support/color_channels.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
 
@@ -50,29 +51,6 @@ size_t bytesOf(const PlaneRows& rows) {
   const double size = (static_cast<double>(rows.count - 1) * static_cast<double>(rows.pitch) + static_cast<double>(rows.n)) * 4;
   if (size > 4 * static_cast<double>(kLargestPlane)) return kLargestPlane + 1;
   return static_cast<size_t>(((rows.count - 1) * rows.pitch + rows.n) * rows.element);
-}
-
-// Bytes of a pixel in the conversions of colours, whose formats decide and not the record's channel count.
-int64_t colorChannels(int32_t operator_type, bool is_input, int32_t format) {
-  const bool has_alpha = format == Tamix_BGRA || format == Tamix_RGBA;
-  switch (operator_type) {
-    case TAMIX_OP_COLOR_TO_HSV:
-    case TAMIX_OP_COLOR4_TO_COLOR3:
-      return is_input ? 4 : 3;
-    case TAMIX_OP_COLOR3_TO_COLOR4:
-      return is_input ? 3 : 4;
-    case TAMIX_OP_COLOR_TO_GRAY:
-      return is_input ? (has_alpha ? 4 : 3) : 1;
-    case TAMIX_OP_COLOR_TO_LAB:
-    case TAMIX_OP_LAB_TO_COLOR:
-      return 3;
-    case TAMIX_OP_COLOR_TO_YUV:
-      return is_input ? 3 : 0;
-    case TAMIX_OP_YUV_TO_COLOR:
-      return is_input ? 0 : 3;
-    default:
-      return 0;
-  }
 }
 
 // Images whose rows lie one behind the other whatever their strides say.
@@ -188,6 +166,19 @@ class Noise {
 
 }  // namespace
 
+std::vector<int32_t> operatorsAndKernels() {
+  std::vector<int32_t> types(kOperators.begin(), kOperators.end());
+  for (int32_t n = 0; n < static_cast<int32_t>(kExportedKernels.size()); ++n) types.push_back(kFirstKernel + n);
+  return types;
+}
+
+std::string nameOf(int32_t type) {
+  return type < kFirstKernel ? "Operator" + std::to_string(type)
+                             : kExportedKernels[static_cast<size_t>(type - kFirstKernel)].name;
+}
+
+bool isMeanFilter(int32_t type) { return type == TAMIX_OP_MEAN_FILTER || nameOf(type) == "meanFilterCPUUINT8"; }
+
 uint32_t Choices::below(uint32_t n) {
   uint32_t value = next();
   if (n > 200) value = value << 8 | next();
@@ -206,13 +197,16 @@ HostileRecord::HostileRecord(int32_t operator_type, std::span<const uint8_t> rec
   width_ = choose_.between(1, choose_.oneIn(8) ? 400 : 70);
   height_ = choose_.between(1, choose_.oneIn(8) ? 40 : 9);
   if (choose_.oneIn(16)) (choose_.oneIn(2) ? width_ : height_) = 1;
+  if (resizesPairs()) height_ += 8;  // most would be too low
   if (demand.width > 0) width_ = demand.width;
   if (demand.height > 0) height_ = demand.height;
   imagine();
   if (kernel_ != nullptr) completeForKernel();
   comply();
   settle();
+  const TamixParams plausible = params_;
   if (manners == Manners::kHostile) spoil();
+  if (kernel_ != nullptr) agreeForKernel(plausible);
   allocate();
 }
 
@@ -506,11 +500,35 @@ void HostileRecord::comply() {
 
 // Kernels take bytes, and what the framework would complete.
 void HostileRecord::completeForKernel() {
+  const bool any_channels = kernel_->format == 0 && operator_type_ != TAMIX_OP_GUIDED_FILTER && choose_.oneIn(3);
+  const int32_t channel = any_channels ? choose_.between(1, 5) : 0;
   for (TamixImage* image : {&params_.input[0], &params_.input[1], &params_.output[0]}) {
     image->type = kU8;
-    if (image->channel == 0) image->channel = channelsOf(image->format);
+    if (image->channel == 0) image->channel = channel == 0 ? channelsOf(image->format) : channel;
     if (image->width_stride == 0) image->width_stride = image->width;
   }
+  if (resizesPairs()) params_.op_mode = choose_.oneOf({0, 1});
+  if (operator_type_ == TAMIX_OP_GAUSSIAN_FILTER && choose_.oneIn(2)) params_.kernel = static_cast<uint8_t*>(kWanted);
+}
+
+// What a kernel cannot compare, because it takes it once or as given.
+void HostileRecord::agreeForKernel(const TamixParams& plausible) {
+  TamixImage& in = params_.input[0];
+  const bool one_size = operator_type_ == TAMIX_OP_YUV_TO_COLOR || operator_type_ == TAMIX_OP_COLOR_TO_YUV ||
+                        operator_type_ == TAMIX_OP_GAUSSIAN_FILTER;
+  const auto agree = [&](TamixImage& image, const TamixImage& was) {
+    image.format = was.format;
+    image.type = was.type;
+    image.height_stride = 0;
+    image.width_stride = std::max(image.width_stride, 0);
+    image.channel = kernel_->format == 0 ? in.channel : was.channel;
+    if (one_size) image.width = in.width, image.height = in.height;
+    // Rows that overlap take little memory, but time.
+    if (static_cast<double>(image.width) * image.height > 4.0 * kLargestPlane) image.data[0] = nullptr;
+  };
+  agree(in, plausible.input[0]);
+  agree(params_.input[1], plausible.input[1]);
+  agree(params_.output[0], plausible.output[0]);
 }
 
 // Settings that an operator serves, where it refuses most.
@@ -621,9 +639,12 @@ void HostileRecord::spoil() {
   static constexpr double TamixParams::*kReals[] = {&TamixParams::scale,     &TamixParams::delta,  &TamixParams::affine_angle,
                                                     &TamixParams::abs_scale, &TamixParams::offset, &TamixParams::affine_scale,
                                                     &TamixParams::maxval};
+  if (kernel_ != nullptr && choose_.oneIn(8)) thread_number_ = params_.op_mode = anything();
+  static constexpr std::initializer_list<uint32_t> kSlots = {0, 4, 0, 4, 1, 2, 3, 5, 6, 7};
+  static constexpr std::initializer_list<uint32_t> kKernelSlots = {0, 4, 0, 4, 1};
   const auto index = [this](const auto& list) { return choose_.below(static_cast<uint32_t>(std::size(list))); };
   for (uint32_t i = 1 + choose_.below(3); i > 0; --i) {
-    const uint32_t slot = choose_.oneOf<uint32_t>({0, 4, 0, 4, 1, 2, 3, 5, 6, 7});
+    const uint32_t slot = choose_.oneOf<uint32_t>(kernel_ == nullptr ? kSlots : kKernelSlots);
     TamixImage& image = slot < 4 ? params_.input[slot] : params_.output[slot - 4];
     switch (choose_.below(10)) {
       case 0:
@@ -695,7 +716,7 @@ PlaneRows HostileRecord::rowsOf(bool is_input, const TamixImage& image, int32_t 
   const int64_t element = image.type == kU8 || (image.type == 0 && is_mask) ? 1 : 4;
   const int64_t width = image.width;
   const int64_t stride = image.width_stride == 0 ? width : image.width_stride;
-  const int64_t rows = std::max(image.height, image.height_stride);
+  int64_t rows = std::max(image.height, image.height_stride);
   const PlaneRows none;
   if (operator_type_ == TAMIX_OP_GET_PERSPECTIVE_TRANSFORM && is_input) {
     return k < 2 ? PlaneRows{rows, stride, width, element} : none;
@@ -704,6 +725,7 @@ PlaneRows HostileRecord::rowsOf(bool is_input, const TamixImage& image, int32_t 
     return {(rows + 1) / 2, stride / 2, (width + 1) / 2, element};
   }
   const bool two_planes = channelsOf(image.format) == 2;
+  if (kernel_ != nullptr && operator_type_ == TAMIX_OP_COLOR_TO_YUV) rows = rows / 2 * 2;  // an odd last row is left out
   if (k > 0 && !(k == 1 && two_planes)) return none;
   if (k > 0) {
     // Kernels that do not resize take odd sizes, with a pair for each odd end.
@@ -713,7 +735,7 @@ PlaneRows HostileRecord::rowsOf(bool is_input, const TamixImage& image, int32_t 
   }
   if (isPaired(image.format) || image.format == Tamix_I420) return {rows, stride, width, element};
   int64_t channel = image.channel == 0 ? channelsOf(image.format) : image.channel;
-  channel = std::max({channel, int64_t{two_planes}, colorChannels(operator_type_, is_input, image.format)});
+  channel = std::max({channel, int64_t{two_planes}, int64_t{colorChannels(operator_type_, is_input, image.format)}});
   // A resize from luma and chroma to colours makes pixels of three bytes.
   const bool makes_colors = operator_type_ == TAMIX_OP_RESIZE_BILINEAR && isPaired(params_.input[0].format);
   if (!is_input && makes_colors && channelsOf(image.format) == 3) channel = std::max<int64_t>(channel, 3);
@@ -802,7 +824,11 @@ void HostileRecord::allocate() {
     if (p.thresh != nullptr)
       *p.thresh = choose_.oneIn(4) ? static_cast<double>(oddFloat(choose_.below(16))) : choose_.between(0, 2600) / 10.0;
   }
-  if (p.kernel != nullptr) {
+  if (p.kernel != nullptr && kernel_ != nullptr) {
+    float* const weights = floats(9 * sizeof(float));
+    for (size_t i = 0; i < 9; ++i) weights[i] *= 0.01f;
+    p.kernel = reinterpret_cast<uint8_t*>(weights);
+  } else if (p.kernel != nullptr) {
     const bool both = p.kernel_height != -1 && p.kernel_width != -1;
     const int64_t rows = both ? p.kernel_height : std::max(p.kernel_size, 3);
     const int64_t columns = both ? p.kernel_width : std::max(p.kernel_size, 3);
@@ -832,8 +858,7 @@ void HostileRecord::prefill(uint32_t seed) {
 
 std::string HostileRecord::describe() const {
   std::ostringstream text;
-  text << (kernel_ == nullptr ? "operator " + std::to_string(operator_type_) : kernel_->name)
-       << (shares_planes_ ? ", sharing planes" : "");
+  text << (kernel_ == nullptr ? nameOf(operator_type_) : kernel_->name) << (shares_planes_ ? ", sharing planes" : "");
   for (int32_t i = 0; i < 8; ++i) {
     const TamixImage& image = i < 4 ? params_.input[i] : params_.output[i - 4];
     if (image.data[0] == nullptr && image.width == 0) continue;
@@ -865,7 +890,8 @@ Session::~Session() {
   if (handle_ != nullptr) releaseTamix(&handle_);
 }
 
-int32_t Session::run(TamixParams& params) {
+int32_t Session::run(HostileRecord& record) {
+  if (record.kernel() != nullptr) return record.kernel()->call(record.params(), record.threadNumber());
   if (!is_valid_) {
     if (handle_ != nullptr) releaseTamix(&handle_);
     if (const int32_t status = initTamix(&handle_, &config_); status != TAMIX_OK) return status;
@@ -875,19 +901,24 @@ int32_t Session::run(TamixParams& params) {
     if (const int32_t status = registTamixOperator(handle_, operator_type_); status != TAMIX_OK) return status;
     is_registered_ = true;
   }
-  return runTamix(handle_, operator_type_, &params);
+  return runTamix(handle_, operator_type_, &record.params());
 }
 
 int32_t runOnAnyThread(HostileRecord& record) {
   if (std::getenv("TAMIX_TEST_SHOW") != nullptr) std::cerr << record.describe() << '\n';
-  if (record.kernel() != nullptr) return record.kernel()->call(record.params(), record.threadNumber());
-  return Session(record.operatorType(), record.threadNumber()).run(record.params());
+  return Session(record.operatorType(), record.threadNumber()).run(record);
 }
 
 Outcome run(HostileRecord& record) {
   const LogCapture log(4);
   const int32_t status = runOnAnyThread(record);
   return {status, log.errors()};
+}
+
+int32_t runHostile(int32_t type, std::span<const uint8_t> recipe) {
+  HostileRecord record(type, recipe, Manners::kHostile);
+  record.prefill(1);
+  return run(record).status;
 }
 
 bool isStatusOfRun(int32_t status) {

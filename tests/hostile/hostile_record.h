@@ -27,11 +27,18 @@ struct ExportedKernel {
   const char* name;
   int32_t relative;
   int32_t format;  // what its input or output is a frame of; 0: packed pixels
+  bool allocates;
   int32_t (*call)(const TamixParams& params, int32_t num_threads);
 };
 extern const std::array<ExportedKernel, 17> kExportedKernels;
 // Kernel n counts as operator kFirstKernel + n.
 inline constexpr int32_t kFirstKernel = 1000;
+
+// Every operator, then every kernel.
+std::vector<int32_t> operatorsAndKernels();
+std::string nameOf(int32_t type);
+// The mean of bytes, as operator and as kernel, is refused in all its forms, sometimes without a word.
+bool isMeanFilter(int32_t type);
 
 // Decisions read off a string of bytes; zeros behind its end.
 class Choices {
@@ -117,7 +124,11 @@ class HostileRecord {
   void spoil();
   void spoilSetting();
   int32_t anything();
+  bool resizesPairs() const {
+    return kernel_ != nullptr && kernel_->format == Tamix_NV21 && operator_type_ == TAMIX_OP_RESIZE_BILINEAR;
+  }
   void completeForKernel();
+  void agreeForKernel(const TamixParams& plausible);
   void comply();
   size_t bins() const;
   PlaneRows rowsOf(bool is_input, const TamixImage& image, int32_t k) const;
@@ -143,7 +154,7 @@ class HostileRecord {
   bool shares_planes_ = false;
 };
 
-// An instance that serves records of an operator.
+// An instance that serves records of an operator; a kernel needs none.
 class Session {
  public:
   Session(int32_t operator_type, int32_t thread_number, int32_t device = Tamix_ARM_CPU);
@@ -153,7 +164,7 @@ class Session {
 
   // Creates the instance and registers the operator, unless that is done, and runs the record. After a failure the next call
   // begins with the step that failed.
-  int32_t run(TamixParams& params);
+  int32_t run(HostileRecord& record);
 
  private:
   int32_t operator_type_;
@@ -173,6 +184,9 @@ struct Outcome {
 Outcome run(HostileRecord& record);
 // The same on several threads at once: returns the status, and captures no log lines.
 int32_t runOnAnyThread(HostileRecord& record);
+
+// Makes a hostile record and runs it: the status.
+int32_t runHostile(int32_t type, std::span<const uint8_t> recipe);
 
 // Whether runTamix may return it for a registered operator.
 bool isStatusOfRun(int32_t status);

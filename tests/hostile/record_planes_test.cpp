@@ -14,17 +14,6 @@ namespace {
 const auto kRecords = static_cast<uint32_t>(countFromEnvironment("TAMIX_TEST_PLANES", 1));
 constexpr int32_t kFarStride = 1'200'000'000;
 
-std::vector<int32_t> everything() {
-  std::vector<int32_t> types(kOperators.begin(), kOperators.end());
-  for (int32_t n = 0; n < static_cast<int32_t>(kExportedKernels.size()); ++n) types.push_back(kFirstKernel + n);
-  return types;
-}
-
-std::string nameOf(int32_t type) {
-  return type < kFirstKernel ? "Operator" + std::to_string(type)
-                             : kExportedKernels[static_cast<size_t>(type - kFirstKernel)].name;
-}
-
 // The smallest width that is served at all; kNone: none is.
 constexpr int32_t kNone = 1000;
 int32_t leastWidth(const std::string& name) {
@@ -160,7 +149,7 @@ TEST_P(RecordPlanes, MayHaveRowsGigabytesApart) {
   EXPECT_EQ(served, is_served ? 16 * kRecords : 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Everything, RecordPlanes, testing::ValuesIn(everything()),
+INSTANTIATE_TEST_SUITE_P(Everything, RecordPlanes, testing::ValuesIn(operatorsAndKernels()),
                          [](const auto& made) { return nameOf(made.param); });
 
 }  // namespace
