@@ -1,15 +1,13 @@
 // The arithmetic operators and the element-type conversion: refusals, combinations of element types, converted inputs.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "inference/runtime/cpu/arm/common/stream.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
@@ -173,63 +171,37 @@ TEST(FloatOperators, LeaveAnotherOutputOfBytesAlone) {
   }
 }
 
-struct Refusal {
-  const char* what;
-  std::function<void(TamixParams&)> change;
-  bool mixed;  // refused in the name of the part that mixes types
-  std::string message;
-};
-
 TEST(ArithmeticOperators, RefuseInOrder) {
   const Frames f({4, 3, 6, 3});
-  const Refusal refusals[] = {
-      {"strides first",
-       [](TamixParams& p) {
-         p.input[1].type = 0;  // unused: nothing completes or checks it before
-         p.input[1].width_stride = 3;
-         p.input[1].height = 9;
-       },
-       false, "Recieve unsupported stride: 6 3 6"},
-      {"another height",
-       [](TamixParams& p) {
-         p.input[1].height = 2;
-         p.input[0].type = 5;
-       },
-       false, "Recieve unequal shape or data type"},
-      {"another output width", [](TamixParams& p) { p.output[0].width = 3; }, false, "Recieve unequal shape or data type"},
-      {"another channel count of input 1", [](TamixParams& p) { p.input[1].channel = 1; }, false,
-       "Recieve unequal shape or data type"},
-      {"another channel count of the output", [](TamixParams& p) { p.output[0].channel = 1; }, false,
-       "Recieve unequal shape or data type"},
-      {"unknown types", [](TamixParams& p) { p.input[0].type = p.output[0].type = 5; }, false,
-       "Recieve unsupported data type: 5"},
-      {"an unused input 1", [](TamixParams& p) { p.input[1].type = 0; }, false, "Recieve unsupported data type: 0"},
-      {"an unknown output type", [](TamixParams& p) { p.output[0].type = 3; }, true, "Recieve unsupported data type: 3"},
-      {"unknown equal inputs", [](TamixParams& p) { p.input[0].type = p.input[1].type = 2; }, true,
-       "Recieve unsupported data type: 8"},
-      {"an unknown input 1",
-       [](TamixParams& p) {
-         p.input[0].type = Tamix_UINT8;
-         p.input[1].type = 7;
-       },
-       true, "Recieve unsupported data type: 8"},
-      {"planes apart",
-       [](TamixParams& p) {
-         for (TamixImage* image : {&p.input[0], &p.input[1], &p.output[0]}) image->channel = 2;
-         p.input[1].format = Tamix_I420;
-       },
-       false, "Recieve unsupported data format: 2, 8 and 2 with 2 channels"},
-  };
   for (const Arithmetic& o : kOperators) {
+    expectRefusals(
+        o.type, o.file, f.record(Tamix_FLOAT32, Tamix_FLOAT32, Tamix_FLOAT32),
+        {{"strides first",
+          [](TamixParams& p) {
+            p.input[1].type = 0;  // unused: nothing completes or checks it before
+            p.input[1].width_stride = 3;
+            p.input[1].height = 9;
+          },
+          "Recieve unsupported stride: 6 3 6"},
+         {"another height", [](auto& p) { p.input[1].height = 2, p.input[0].type = 5; }, "Recieve unequal shape or data type"},
+         {"another output width", [](auto& p) { p.output[0].width = 3; }, "Recieve unequal shape or data type"},
+         {"another channel count of input 1", [](auto& p) { p.input[1].channel = 1; }, "Recieve unequal shape or data type"},
+         {"another channel count of the output", [](auto& p) { p.output[0].channel = 1; },
+          "Recieve unequal shape or data type"},
+         {"unknown types", [](auto& p) { p.input[0].type = p.output[0].type = 5; }, "Recieve unsupported data type: 5"},
+         {"an unused input 1", [](auto& p) { p.input[1].type = 0; }, "Recieve unsupported data type: 0"},
+         {"an unknown output type", [](auto& p) { p.output[0].type = 3; }, "Recieve unsupported data type: 3", o.mixed},
+         {"unknown equal inputs", [](auto& p) { p.input[0].type = p.input[1].type = 2; }, "Recieve unsupported data type: 8",
+          o.mixed},
+         {"an unknown input 1", [](auto& p) { p.input[0].type = Tamix_UINT8, p.input[1].type = 7; },
+          "Recieve unsupported data type: 8", o.mixed},
+         {"planes apart",
+          [](TamixParams& p) {
+            for (TamixImage* image : {&p.input[0], &p.input[1], &p.output[0]}) image->channel = 2;
+            p.input[1].format = Tamix_I420;
+          },
+          "Recieve unsupported data format: 2, 8 and 2 with 2 channels"}});
     const RunningOperator op(o.type);
-    for (const Refusal& r : refusals) {
-      SCOPED_TRACE(testing::Message() << o.name << " " << r.what);
-      TamixParams params = f.record(Tamix_FLOAT32, Tamix_FLOAT32, Tamix_FLOAT32);
-      r.change(params);
-      LogCapture log;
-      EXPECT_EQ(op.run(params), TAMIX_ERR_UNSUPPORTED);
-      EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine(o.file, r.mixed ? o.mixed : "forward", r.message)});
-    }
     TamixParams params = f.record(Tamix_UINT8, Tamix_FLOAT32, Tamix_FLOAT32);
     LogCapture log;
     {
@@ -266,59 +238,30 @@ TEST(DataTypeConvertCPU, RefusesInOrder) {
   const Shape shape{4, 4, 4, 2};
   const Image<uint8_t> src(shape);
   const Image<float> dst(shape);
-  const struct {
-    const char* what;
-    std::function<void(TamixParams&)> change;
-    const char* file;
-    const char* function;
-    const char* message;
-  } refusals[] = {
-      {"channels first",
-       [](TamixParams& p) {
-         p.output[0].channel = 1;
-         p.output[0].width = 2;
-       },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output channel: 2, 1"},
-      {"then sizes",
-       [](TamixParams& p) {
-         p.output[0].width = 2;
-         p.output[0].type = Tamix_UINT8;
-       },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output shape: (4, 4) and (4, 2)"},
-      {"a source that is shorter than it is read", [](TamixParams& p) { p.output[0].width_stride = 5; },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output stride: 4, 5"},
-      {"a frame into a packed image", [](TamixParams& p) { p.input[0].format = Tamix_I420; },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 8, 2"},
-      {"a packed image into a frame",
-       [](TamixParams& p) {
-         p.output[0].format = Tamix_NV21;
-         p.output[0].data[1] = p.output[0].data[0];
-       },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 2, 18"},
-      {"two planes into three",
-       [](TamixParams& p) {
-         p.input[0].format = Tamix_NV21;
-         p.output[0].format = Tamix_I420;
-         for (TamixImage* image : {&p.input[0], &p.output[0]}) image->data[1] = image->data[2] = image->data[0];
-       },
-       "runtime/cpu/op/datatypeconvert_cpu.cpp", "forward", "Recieve unsupported input and output format: 18, 8"},
-      {"equal types, wherever the source ends",
-       [](TamixParams& p) {
-         p.output[0].type = Tamix_UINT8;
-         p.output[0].width_stride = 5;
-       },
-       "core/operator.cpp", "dataTypeInputToOutput", "recieved unsupported type 1 and 1."},
-  };
-  const RunningOperator op(TAMIX_OP_DATA_TYPE_CONVERT);
-  for (const auto& r : refusals) {
-    SCOPED_TRACE(r.what);
-    TamixParams params = recordOf(src, src);
-    params.output[0] = dst.record(Tamix_RGB, Tamix_FLOAT32);
-    r.change(params);
-    LogCapture log;
-    EXPECT_EQ(op.run(params), TAMIX_ERR_UNSUPPORTED);
-    EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine(r.file, r.function, r.message)});
-  }
+  TamixParams served = recordOf(src, src);
+  served.output[0] = dst.record(Tamix_RGB, Tamix_FLOAT32);
+  expectRefusals(
+      TAMIX_OP_DATA_TYPE_CONVERT, "runtime/cpu/op/datatypeconvert_cpu.cpp", served,
+      {{"channels first", [](auto& p) { p.output[0].channel = 1, p.output[0].width = 2; },
+        "Recieve unsupported input and output channel: 2, 1"},
+       {"then sizes", [](auto& p) { p.output[0].width = 2, p.output[0].type = Tamix_UINT8; },
+        "Recieve unsupported input and output shape: (4, 4) and (4, 2)"},
+       {"a source that is shorter than it is read", [](auto& p) { p.output[0].width_stride = 5; },
+        "Recieve unsupported input and output stride: 4, 5"},
+       {"a frame into a packed image", [](auto& p) { p.input[0].format = Tamix_I420; },
+        "Recieve unsupported input and output format: 8, 2"},
+       {"a packed image into a frame",
+        [](auto& p) { p.output[0].format = Tamix_NV21, p.output[0].data[1] = p.output[0].data[0]; },
+        "Recieve unsupported input and output format: 2, 18"},
+       {"two planes into three",
+        [](TamixParams& p) {
+          p.input[0].format = Tamix_NV21;
+          p.output[0].format = Tamix_I420;
+          for (TamixImage* image : {&p.input[0], &p.output[0]}) image->data[1] = image->data[2] = image->data[0];
+        },
+        "Recieve unsupported input and output format: 18, 8"},
+       {"equal types, wherever the source ends", [](auto& p) { p.output[0].type = Tamix_UINT8, p.output[0].width_stride = 5; },
+        "recieved unsupported type 1 and 1.", "dataTypeInputToOutput", TAMIX_ERR_UNSUPPORTED, "core/operator.cpp"}});
 }
 
 }  // namespace

@@ -80,36 +80,19 @@ TEST(BitwiseOperators, RefuseInOrder) {
          p.input[1].height = 5;
        },
        "Recieve unsupported stride: 9 7 9"},
-      {"then shapes",
-       [](TamixParams& p) {
-         p.input[1].height = 5;
-         p.input[2].width = 7;
-       },
-       "Recieve unequal shape or data type"},
-      {"channels are part of the shape", [](TamixParams& p) { p.output[0].channel = 1; }, "Recieve unequal shape or data type"},
-      {"then the mask's size",
-       [](TamixParams& p) {
-         p.input[2].height = 5;
-         p.input[0].type = Tamix_FLOAT32;
-       },
+      {"then shapes", [](auto& p) { p.input[1].height = 5, p.input[2].width = 7; }, "Recieve unequal shape or data type"},
+      {"channels are part of the shape", [](auto& p) { p.output[0].channel = 1; }, "Recieve unequal shape or data type"},
+      {"then the mask's size", [](auto& p) { p.input[2].height = 5, p.input[0].type = Tamix_FLOAT32; },
        "Recieve unequal shape or data type from mask"},
-      {"a mask of another pitch", [](TamixParams& p) { p.input[2].width_stride = 8; },
+      {"a mask of another pitch", [](auto& p) { p.input[2].width_stride = 8; }, "Recieve unequal shape or data type from mask",
+       false},
+      {"a mask of fewer channels", [](auto& p) { p.input[2].channel = 1; }, "Recieve unequal shape or data type from mask",
+       false},
+      {"a smaller mask without a type", [](auto& p) { p.input[2].type = 0, p.input[2].height = 5; },
        "Recieve unequal shape or data type from mask", false},
-      {"a mask of fewer channels", [](TamixParams& p) { p.input[2].channel = 1; },
+      {"a smaller mask without a format", [](auto& p) { p.input[2].format = 0, p.input[2].height = 5; },
        "Recieve unequal shape or data type from mask", false},
-      {"a smaller mask without a type",
-       [](TamixParams& p) {
-         p.input[2].type = 0;
-         p.input[2].height = 5;
-       },
-       "Recieve unequal shape or data type from mask", false},
-      {"a smaller mask without a format",
-       [](TamixParams& p) {
-         p.input[2].format = 0;
-         p.input[2].height = 5;
-       },
-       "Recieve unequal shape or data type from mask", false},
-      {"then the type", [](TamixParams& p) { p.input[0].type = p.output[0].type = Tamix_FLOAT32; },
+      {"then the type", [](auto& p) { p.input[0].type = p.output[0].type = Tamix_FLOAT32; },
        "Recieve unsupported data type: 8"},
       {"planes apart",
        [](TamixParams& p) {

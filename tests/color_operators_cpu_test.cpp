@@ -1,14 +1,11 @@
 // What the colour operators refuse, in which order and in which words, and that they hand records to the right kernels.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "tamix/kernels.h"
 #include "tamix/tamix.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
@@ -32,126 +29,66 @@ TamixImage imageOf(const Image<uint8_t>& plane, int32_t format, int32_t channel)
   return image;
 }
 
-struct Refusal {
-  const char* what;
-  std::function<void(TamixImage& src, TamixImage& dst)> change;
-  const char* function;
-  const char* message;
-};
-
-// Every change of a record that works is refused with one line, and nothing is written.
-void expectRefusals(int32_t type, const char* file, int32_t src_format, int32_t src_channel, int32_t dst_format,
+// A record that works has planes of these formats; of refused ones nothing is written.
+void expectRefusals(int32_t type, const char* name, int32_t src_format, int32_t src_channel, int32_t dst_format,
                     int32_t dst_channel, const std::vector<Refusal>& refusals) {
-  const RunningOperator color(type);
   const Planes planes;
-  const auto prepare = [&] {
-    TamixParams params = recordOf(planes.src, planes.dst);
-    params.input[0] = imageOf(planes.src, src_format, src_channel);
-    params.output[0] = imageOf(planes.dst, dst_format, dst_channel);
-    params.output[0].data[1] = planes.chroma.data();
-    return params;
-  };
-  const Planes untouched;
-  for (const Refusal& refusal : refusals) {
-    SCOPED_TRACE(refusal.what);
-    TamixParams params = prepare();
-    refusal.change(params.input[0], params.output[0]);
-    LogCapture log;
-    EXPECT_EQ(color.run(params), TAMIX_ERR_UNSUPPORTED);
-    EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine(std::string("runtime/cpu/op/") + file + "_cpu.cpp",
-                                                               refusal.function, refusal.message)});
-    EXPECT_TRUE(sameBytes(planes.dst, untouched.dst));
-    EXPECT_TRUE(sameBytes(planes.chroma, untouched.chroma));
-  }
-  TamixParams params = prepare();
-  LogCapture log;
-  EXPECT_EQ(color.run(params), TAMIX_OK);
-  EXPECT_TRUE(log.errors().empty());
+  TamixParams served = recordOf(planes.src, planes.dst);
+  served.input[0] = imageOf(planes.src, src_format, src_channel);
+  served.output[0] = imageOf(planes.dst, dst_format, dst_channel);
+  served.output[0].data[1] = planes.chroma.data();
+  expectRefusals(type, std::string("runtime/cpu/op/") + name + "_cpu.cpp", served, refusals);
 }
 
-const auto kFloatInput = [](TamixImage& src, TamixImage&) { src.type = Tamix_FLOAT32; };
-const auto kShortOutput = [](TamixImage&, TamixImage& dst) { dst.height = dst.height_stride = kHeight - 2; };
+const auto kFloatInput = [](TamixParams& p) { p.input[0].type = Tamix_FLOAT32; };
+const auto kShortOutput = [](TamixParams& p) { p.output[0].height = p.output[0].height_stride = kHeight - 2; };
 const char kShapes[] = "Recieve unsupported input and output shape: (4, 16) and (2, 16)";
 
 TEST(ColorToYUVCPU, Refuses) {
-  expectRefusals(TAMIX_OP_COLOR_TO_YUV, "colortoyuv", Tamix_RGB, 3, Tamix_NV12, 1,
-                 {{"float before formats",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.type = Tamix_FLOAT32;
-                     dst.format = Tamix_RGB;
-                   },
-                   "forward", "Recieve unsupported data type: 8"},
-                  {"output format", [](TamixImage&, TamixImage& dst) { dst.format = Tamix_I420; }, "colorToYUVCPUUINT8",
-                   "Recieve unsupported format: 2"},
-                  {"input format", [](TamixImage& src, TamixImage&) { src.format = Tamix_RGBA; }, "colorToYUVCPUUINT8",
-                   "Recieve unsupported format: 7"},
-                  {"BGR to another format",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.format = Tamix_BGR;
-                     dst.format = Tamix_GRAY;
-                   },
-                   "colorToYUVCPUUINT8", "Recieve unsupported format: 1"},
-                  {"output of fewer rows", kShortOutput, "colorToYUVCPUUINT8", kShapes},
-                  {"room for luma, but not for chroma",
-                   [](TamixImage&, TamixImage& dst) {
-                     dst.width = dst.width_stride = 2;
-                     dst.height = dst.height_stride = 12;
-                   },
-                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (4, 16) and (12, 2)"},
-                  {"room for all of an odd row's chroma but its last byte",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.width = 9;
-                     src.height = 2;
-                     dst.width = dst.height = dst.height_stride = 4;
-                     dst.width_stride = 5;
-                   },
-                   "colorToYUVCPUUINT8", "Recieve unsupported input and output shape: (2, 9) and (4, 4)"}});
+  expectRefusals(
+      TAMIX_OP_COLOR_TO_YUV, "colortoyuv", Tamix_RGB, 3, Tamix_NV12, 1,
+      {{"float before formats", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].format = Tamix_RGB; },
+        "Recieve unsupported data type: 8"},
+       {"output format", [](auto& p) { p.output[0].format = Tamix_I420; }, "Recieve unsupported format: 2",
+        "colorToYUVCPUUINT8"},
+       {"input format", [](auto& p) { p.input[0].format = Tamix_RGBA; }, "Recieve unsupported format: 7", "colorToYUVCPUUINT8"},
+       {"BGR to another format", [](auto& p) { p.input[0].format = Tamix_BGR, p.output[0].format = Tamix_GRAY; },
+        "Recieve unsupported format: 1", "colorToYUVCPUUINT8"},
+       {"output of fewer rows", kShortOutput, kShapes, "colorToYUVCPUUINT8"},
+       {"room for luma, but not for chroma",
+        [](auto& p) { p.output[0].width = p.output[0].width_stride = 2, p.output[0].height = p.output[0].height_stride = 12; },
+        "Recieve unsupported input and output shape: (4, 16) and (12, 2)", "colorToYUVCPUUINT8"},
+       {"room for all of an odd row's chroma but its last byte",
+        [](auto& p) {
+          p.input[0].width = 9, p.input[0].height = 2, p.output[0].width = p.output[0].height = p.output[0].height_stride = 4,
+          p.output[0].width_stride = 5;
+        },
+        "Recieve unsupported input and output shape: (2, 9) and (4, 4)", "colorToYUVCPUUINT8"}});
 }
 
 TEST(ColorToGrayCPU, Refuses) {
-  expectRefusals(TAMIX_OP_COLOR_TO_GRAY, "colortogray", Tamix_RGBA, 4, Tamix_GRAY, 1,
-                 {{"shape first",
-                   [](TamixImage& src, TamixImage& dst) {
-                     dst.width = 15;
-                     dst.channel = 2;
-                     src.type = Tamix_FLOAT32;
-                   },
-                   "forward", "Recieve unsupported input and output shape: (4, 16) and (4, 15)"},
-                  {"height", [](TamixImage&, TamixImage& dst) { dst.height = 3; }, "forward",
-                   "Recieve unsupported input and output shape: (4, 16) and (3, 16)"},
-                  {"channel before type",
-                   [](TamixImage& src, TamixImage& dst) {
-                     dst.channel = 3;
-                     src.type = Tamix_FLOAT32;
-                   },
-                   "forward", "Recieve unsupported output channel: 3"},
-                  {"type before formats",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.type = Tamix_FLOAT32;
-                     dst.format = Tamix_RGB;
-                   },
-                   "forward", "Recieve unsupported data type: 8"},
-                  {"output format before input format",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.format = Tamix_LAB;
-                     dst.format = Tamix_RGB;
-                   },
-                   "ColorToGrayCPUUINT8", "Recieve unsupported dst format: 2"},
-                  {"input format", [](TamixImage& src, TamixImage&) { src.format = Tamix_GRAY; }, "ColorToGrayCPUUINT8",
-                   "Recieve unsupported src format: 9"}});
+  expectRefusals(
+      TAMIX_OP_COLOR_TO_GRAY, "colortogray", Tamix_RGBA, 4, Tamix_GRAY, 1,
+      {{"shape first", [](auto& p) { p.output[0].width = 15, p.output[0].channel = 2, p.input[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported input and output shape: (4, 16) and (4, 15)"},
+       {"height", [](auto& p) { p.output[0].height = 3; }, "Recieve unsupported input and output shape: (4, 16) and (3, 16)"},
+       {"channel before type", [](auto& p) { p.output[0].channel = 3, p.input[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported output channel: 3"},
+       {"type before formats", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].format = Tamix_RGB; },
+        "Recieve unsupported data type: 8"},
+       {"output format before input format", [](auto& p) { p.input[0].format = Tamix_LAB, p.output[0].format = Tamix_RGB; },
+        "Recieve unsupported dst format: 2", "ColorToGrayCPUUINT8"},
+       {"input format", [](auto& p) { p.input[0].format = Tamix_GRAY; }, "Recieve unsupported src format: 9",
+        "ColorToGrayCPUUINT8"}});
 }
 
 TEST(ColorToHSVCPU, Refuses) {
-  expectRefusals(TAMIX_OP_COLOR_TO_HSV, "colortohsv", Tamix_RGBA, 4, Tamix_RGB, 3,
-                 {{"type before format",
-                   [](TamixImage& src, TamixImage&) {
-                     src.type = Tamix_FLOAT32;
-                     src.format = Tamix_RGB;
-                   },
-                   "forward", "Recieve unsupported data type: 8"},
-                  {"input format", [](TamixImage& src, TamixImage&) { src.format = Tamix_RGB; }, "colorToHSVCPUUINT8",
-                   "Recieve unsupported format: 2"},
-                  {"output of fewer rows", kShortOutput, "colorToHSVCPUUINT8", kShapes}});
+  expectRefusals(
+      TAMIX_OP_COLOR_TO_HSV, "colortohsv", Tamix_RGBA, 4, Tamix_RGB, 3,
+      {{"type before format", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.input[0].format = Tamix_RGB; },
+        "Recieve unsupported data type: 8"},
+       {"input format", [](auto& p) { p.input[0].format = Tamix_RGB; }, "Recieve unsupported format: 2", "colorToHSVCPUUINT8"},
+       {"output of fewer rows", kShortOutput, kShapes, "colorToHSVCPUUINT8"}});
 }
 
 // The kernel refuses strides, with a line of its own, before an output of fewer rows could matter.
@@ -191,79 +128,56 @@ TEST(ColorToHSVCPU, IsNotRegisteredWithoutMemoryForItsTables) {
   releaseTamix(&handle);
 }
 
-const auto kOddStrides = [](TamixImage& src, TamixImage& dst) {
-  // An unused output slot is not checked before.
-  dst.type = 0;
-  src.width_stride = 17;
-  dst.width_stride = 15;
+// An unused output slot is not checked before.
+const auto kOddStrides = [](TamixParams& p) {
+  p.output[0].type = 0;
+  p.input[0].width_stride = 17;
+  p.output[0].width_stride = 15;
 };
 
 TEST(Color3ToColor4CPU, Refuses) {
   expectRefusals(TAMIX_OP_COLOR3_TO_COLOR4, "color3tocolor4", Tamix_BGR, 3, Tamix_BGRA, 4,
-                 {{"type", kFloatInput, "forward", "Recieve unsupported data type: 8"},
-                  {"strides", kOddStrides, "color3ToColor4CPUUINT8", "Recieve unsupported stride: 17 15"},
-                  {"output of fewer rows", kShortOutput, "color3ToColor4CPUUINT8", kShapes}});
+                 {{"type", kFloatInput, "Recieve unsupported data type: 8"},
+                  {"strides", kOddStrides, "Recieve unsupported stride: 17 15", "color3ToColor4CPUUINT8"},
+                  {"output of fewer rows", kShortOutput, kShapes, "color3ToColor4CPUUINT8"}});
 }
 
 TEST(Color4ToColor3CPU, Refuses) {
   expectRefusals(TAMIX_OP_COLOR4_TO_COLOR3, "color4tocolor3", Tamix_BGRA, 4, Tamix_RGB, 3,
-                 {{"type", kFloatInput, "forward", "Recieve unsupported data type: 8"},
-                  {"strides before formats",
-                   [](TamixImage& src, TamixImage& dst) {
-                     kOddStrides(src, dst);
-                     dst.format = Tamix_GRAY;
-                   },
-                   "color4ToColor3CPUUINT8", "Recieve unsupported stride: 17 15"},
-                  {"output format", [](TamixImage&, TamixImage& dst) { dst.format = Tamix_RGBA; }, "color4ToColor3CPUUINT8",
-                   "Recieve unsupported format: 4 7"},
-                  {"input format", [](TamixImage& src, TamixImage&) { src.format = Tamix_BGR; }, "color4ToColor3CPUUINT8",
-                   "Recieve unsupported format: 1 2"},
-                  {"output of fewer rows", kShortOutput, "color4ToColor3CPUUINT8", kShapes}});
+                 {{"type", kFloatInput, "Recieve unsupported data type: 8"},
+                  {"strides before formats", [](auto& p) { kOddStrides(p), p.output[0].format = Tamix_GRAY; },
+                   "Recieve unsupported stride: 17 15", "color4ToColor3CPUUINT8"},
+                  {"output format", [](auto& p) { p.output[0].format = Tamix_RGBA; }, "Recieve unsupported format: 4 7",
+                   "color4ToColor3CPUUINT8"},
+                  {"input format", [](auto& p) { p.input[0].format = Tamix_BGR; }, "Recieve unsupported format: 1 2",
+                   "color4ToColor3CPUUINT8"},
+                  {"output of fewer rows", kShortOutput, kShapes, "color4ToColor3CPUUINT8"}});
 }
 
 TEST(ColorToLabCPU, Refuses) {
-  expectRefusals(TAMIX_OP_COLOR_TO_LAB, "colortolab", Tamix_RGB, 3, Tamix_LAB, 3,
-                 {{"type", kFloatInput, "forward", "Recieve unsupported data type: 8"},
-                  {"output format before input format",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.format = Tamix_BGR;
-                     dst.format = Tamix_RGB;
-                   },
-                   "ColorToLabCPUUINT8", "Recieve unsupported dst format: 2"},
-                  {"input format", [](TamixImage& src, TamixImage&) { src.format = Tamix_BGR; }, "ColorToLabCPUUINT8",
-                   "Recieve unsupported src format: 1"},
-                  {"output of fewer rows", kShortOutput, "ColorToLabCPUUINT8", kShapes}});
+  expectRefusals(
+      TAMIX_OP_COLOR_TO_LAB, "colortolab", Tamix_RGB, 3, Tamix_LAB, 3,
+      {{"type", kFloatInput, "Recieve unsupported data type: 8"},
+       {"output format before input format", [](auto& p) { p.input[0].format = Tamix_BGR, p.output[0].format = Tamix_RGB; },
+        "Recieve unsupported dst format: 2", "ColorToLabCPUUINT8"},
+       {"input format", [](auto& p) { p.input[0].format = Tamix_BGR; }, "Recieve unsupported src format: 1",
+        "ColorToLabCPUUINT8"},
+       {"output of fewer rows", kShortOutput, kShapes, "ColorToLabCPUUINT8"}});
 }
 
 TEST(LabToColorCPU, Refuses) {
-  expectRefusals(TAMIX_OP_LAB_TO_COLOR, "labtocolor", Tamix_LAB, 3, Tamix_RGB, 3,
-                 {{"channels first",
-                   [](TamixImage& src, TamixImage& dst) {
-                     dst.channel = 4;
-                     dst.width = 15;
-                     src.type = Tamix_FLOAT32;
-                   },
-                   "forward", "Recieve unsupported input and output channel: 3, 4"},
-                  {"shape before type",
-                   [](TamixImage& src, TamixImage& dst) {
-                     dst.width = 15;
-                     src.type = Tamix_FLOAT32;
-                   },
-                   "forward", "Recieve unsupported input and output shape: (4, 16) and (4, 15)"},
-                  {"type before formats",
-                   [](TamixImage& src, TamixImage&) {
-                     src.type = Tamix_FLOAT32;
-                     src.format = Tamix_RGB;
-                   },
-                   "forward", "Recieve unsupported data type: 8"},
-                  {"input format before output format",
-                   [](TamixImage& src, TamixImage& dst) {
-                     src.format = Tamix_RGB;
-                     dst.format = Tamix_BGR;
-                   },
-                   "LabToColorCPUUINT8", "Recieve unsupported src format: 2"},
-                  {"output format", [](TamixImage&, TamixImage& dst) { dst.format = Tamix_BGR; }, "LabToColorCPUUINT8",
-                   "Recieve unsupported dst format: 1"}});
+  expectRefusals(
+      TAMIX_OP_LAB_TO_COLOR, "labtocolor", Tamix_LAB, 3, Tamix_RGB, 3,
+      {{"channels first", [](auto& p) { p.output[0].channel = 4, p.output[0].width = 15, p.input[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported input and output channel: 3, 4"},
+       {"shape before type", [](auto& p) { p.output[0].width = 15, p.input[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported input and output shape: (4, 16) and (4, 15)"},
+       {"type before formats", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.input[0].format = Tamix_RGB; },
+        "Recieve unsupported data type: 8"},
+       {"input format before output format", [](auto& p) { p.input[0].format = Tamix_RGB, p.output[0].format = Tamix_BGR; },
+        "Recieve unsupported src format: 2", "LabToColorCPUUINT8"},
+       {"output format", [](auto& p) { p.output[0].format = Tamix_BGR; }, "Recieve unsupported dst format: 1",
+        "LabToColorCPUUINT8"}});
 }
 
 // One pixel, (100, 150, 200) as R, G, B in the input's order, through each pair of formats.

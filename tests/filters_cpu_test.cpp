@@ -1,41 +1,16 @@
 // The 3x3 filters as operators: what they refuse, in which order, and what they remember.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "inference/runtime/cpu/cpu_runtime.h"
 #include "inference/runtime/cpu/kernel_table.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-struct Refusal {
-  const char* what;
-  std::function<void(TamixParams&)> change;
-  const char* message;
-};
-
-void refuseAll(int32_t type, const std::string& name, const std::string& file, const std::vector<Refusal>& refusals) {
-  const RunningOperator filter(type);
-  const Image<uint8_t> src = randomImage<uint8_t>({12, 3, 12, 3});
-  for (const Refusal& refusal : refusals) {
-    SCOPED_TRACE(name + ": " + refusal.what);
-    const Image<uint8_t> dst(src.shape());
-    TamixParams params = recordOf(src, dst);
-    params.kernel_size = 3;
-    refusal.change(params);
-    LogCapture log;
-    EXPECT_EQ(filter.run(params), TAMIX_ERR_UNSUPPORTED);
-    EXPECT_EQ(log.errors(), Lines{errorLine(file, "forward", refusal.message)});
-    EXPECT_TRUE(sameBytes(dst, Image<uint8_t>(src.shape())));
-  }
-}
 
 void wrongType(TamixParams& p) { p.input[0].type = Tamix_FLOAT32; }
 void wrongSize(TamixParams& p) {
@@ -53,27 +28,19 @@ void severalPlanes(TamixParams& p) {
   p.input[0].data[1] = p.input[0].data[0];
 }
 
-TEST(GaussianFilterCPU, RefusesInOrder) {
-  refuseAll(TAMIX_OP_GAUSSIAN_FILTER, "Gaussian", "runtime/cpu/op/gaussianfilter_cpu.cpp",
-            {{"channel", wrongChannel, "Recieve unsupported input and output channel: 3, 1"},
-             {"size", wrongSize, "Recieve unsupported input and output shape: (3, 12) and (2, 12)"},
-             {"no kernel size",
-              [](TamixParams& p) {
-                p.kernel_size = -1;
-                p.kernel_height = 3;
-                wrongType(p);
-              },
-              "Recieve unsupported kernel size: -1"},
-             {"type", wrongType, "Recieve unsupported data type: 8"},
-             {"planes", severalPlanes, "Recieve unsupported data format: 17 with 3 channels"}});
-}
-
-TEST(LaplacianFilterCPU, RefusesInOrder) {
-  refuseAll(TAMIX_OP_LAPLACIAN_FILTER, "Laplacian", "runtime/cpu/op/laplacianfilter_cpu.cpp",
-            {{"channel", wrongChannel, "Recieve unsupported input and output channel: 3, 1"},
-             {"size", wrongSize, "Recieve unsupported input and output shape: (3, 12) and (2, 12)"},
-             {"type", wrongType, "Recieve unsupported data type: 8"},
-             {"planes", severalPlanes, "Recieve unsupported data format: 17 with 3 channels"}});
+TEST(FilterOperators, RefuseInOrder) {
+  const Image<uint8_t> src = randomImage<uint8_t>({12, 3, 12, 3}), dst(src.shape());
+  TamixParams served = recordOf(src, dst);
+  served.kernel_size = 3;
+  const std::vector<Refusal> common = {{"channel", wrongChannel, "Recieve unsupported input and output channel: 3, 1"},
+                                       {"size", wrongSize, "Recieve unsupported input and output shape: (3, 12) and (2, 12)"},
+                                       {"type", wrongType, "Recieve unsupported data type: 8"},
+                                       {"planes", severalPlanes, "Recieve unsupported data format: 17 with 3 channels"}};
+  expectRefusals(TAMIX_OP_LAPLACIAN_FILTER, "runtime/cpu/op/laplacianfilter_cpu.cpp", served, common);
+  expectRefusals(TAMIX_OP_GAUSSIAN_FILTER, "runtime/cpu/op/gaussianfilter_cpu.cpp", served, common);
+  expectRefusals(TAMIX_OP_GAUSSIAN_FILTER, "runtime/cpu/op/gaussianfilter_cpu.cpp", served,
+                 {{"no kernel size", [](auto& p) { p.kernel_size = -1, p.kernel_height = 3, wrongType(p); },
+                   "Recieve unsupported kernel size: -1"}});
 }
 
 TEST(GaussianFilterCPU, KeepsItsKernelOnceSetAndIgnoresScale) {

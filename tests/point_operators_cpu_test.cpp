@@ -1,38 +1,15 @@
 // Non-zero count, scaled absolute value and overlap fusion as operators: what they hand to their kernels, and what they refuse.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
-
-struct Refusal {
-  const char* what;
-  std::function<void(TamixParams&)> change;
-  int32_t status;
-  std::string file;
-  std::string function;
-  std::string message;
-};
-
-void expectRefusals(int32_t type, const TamixParams& valid, const std::vector<Refusal>& refusals) {
-  const RunningOperator op(type);
-  for (const Refusal& r : refusals) {
-    SCOPED_TRACE(r.what);
-    TamixParams params = valid;
-    r.change(params);
-    LogCapture log;
-    EXPECT_EQ(op.run(params), r.status);
-    EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine("runtime/cpu/" + r.file, r.function, r.message)});
-  }
-}
 
 TEST(CountNonZeroCPU, CountsAGrayImageAndRefusesOthersInOrder) {
   const Image<uint8_t> src = Image<uint8_t>({17, 3, 17}).fill([](int32_t y, size_t i) { return y == 1 ? i : 0; });
@@ -47,35 +24,19 @@ TEST(CountNonZeroCPU, CountsAGrayImageAndRefusesOthersInOrder) {
   EXPECT_EQ(count, 16u);
   EXPECT_EQ(log.messages(), std::vector<std::string>{"countNonZeroCPUUINT8 forward"});
 
-  const std::string op = "op/countnonzero_cpu.cpp";
-  const std::string kernel = "arm/uint8/countnonzero_cpu_uint8.cpp";
-  expectRefusals(TAMIX_OP_COUNT_NON_ZERO, params,
-                 {{"type first",
-                   [](TamixParams& p) {
-                     p.input[0].type = Tamix_FLOAT32;
-                     p.input[0].format = Tamix_RGB;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported data type: 8"},
-                  {"then the format",
-                   [](TamixParams& p) {
-                     p.input[0].format = Tamix_RGB;
-                     p.nonzero_count = nullptr;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "countNonZeroCPUUINT8", "Recieved unsupported format 2"},
-                  {"then the pointers",
-                   [](TamixParams& p) {
-                     p.nonzero_count = nullptr;
-                     p.input[0].width_stride = 20;
-                   },
-                   TAMIX_ERR_INVALID_IMAGE, kernel, "countNonZeroCPUUINT8", "Recieved null data pointer"},
-                  {"then padding",
-                   [](TamixParams& p) {
-                     p.input[0].width_stride = 20;
-                     p.input[0].channel = 3;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, kernel, "countNonZeroCPUUINT8", "Recieved unsupported stride 20"},
-                  {"then channels", [](TamixParams& p) { p.input[0].channel = 3; }, TAMIX_ERR_ILLEGAL_SHAPE, kernel,
-                   "countNonZeroCPUUINT8", "Recieved unsupported channel"}});
+  const std::string op = "runtime/cpu/op/countnonzero_cpu.cpp";
+  const std::string kernel = "runtime/cpu/arm/uint8/countnonzero_cpu_uint8.cpp";
+  expectRefusals(TAMIX_OP_COUNT_NON_ZERO, op, params,
+                 {{"type first", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.input[0].format = Tamix_RGB; },
+                   "Recieve unsupported data type: 8"},
+                  {"then the format", [](auto& p) { p.input[0].format = Tamix_RGB, p.nonzero_count = nullptr; },
+                   "Recieved unsupported format 2", "countNonZeroCPUUINT8"},
+                  {"then the pointers", [](auto& p) { p.nonzero_count = nullptr, p.input[0].width_stride = 20; },
+                   "Recieved null data pointer", "countNonZeroCPUUINT8", TAMIX_ERR_INVALID_IMAGE, kernel},
+                  {"then padding", [](auto& p) { p.input[0].width_stride = 20, p.input[0].channel = 3; },
+                   "Recieved unsupported stride 20", "countNonZeroCPUUINT8", TAMIX_ERR_UNSUPPORTED, kernel},
+                  {"then channels", [](auto& p) { p.input[0].channel = 3; }, "Recieved unsupported channel",
+                   "countNonZeroCPUUINT8", TAMIX_ERR_ILLEGAL_SHAPE, kernel}});
   EXPECT_EQ(count, 16u);
 }
 
@@ -117,28 +78,16 @@ TEST(ConvertScaleAbsCPU, ScalesBytesAndFloats) {
 
 TEST(ConvertScaleAbsCPU, RefusesInOrder) {
   const Image<uint8_t> src({6, 4, 6, 3}), dst({6, 4, 6, 3});
-  const std::string op = "op/convertscaleabs_cpu.cpp";
-  expectRefusals(TAMIX_OP_CONVERT_SCALE_ABS, recordOf(src, dst),
-                 {{"channels first",
-                   [](TamixParams& p) {
-                     p.output[0].channel = 1;
-                     p.output[0].width = 5;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported input and output channel: 3, 1"},
-                  {"then sizes",
-                   [](TamixParams& p) {
-                     p.output[0].width = 5;
-                     p.input[0].type = 5;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported input and output shape: (4, 6) and (4, 5)"},
-                  {"then the type", [](TamixParams& p) { p.input[0].type = 5; }, TAMIX_ERR_UNSUPPORTED, op, "forward",
-                   "Recieve unsupported data type: 5"},
-                  {"planes apart",
-                   [](TamixParams& p) {
-                     p.input[0].channel = p.output[0].channel = 2;
-                     p.output[0].format = Tamix_I420;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported data format: 8 with 2 channels"}});
+  const std::string op = "runtime/cpu/op/convertscaleabs_cpu.cpp";
+  expectRefusals(
+      TAMIX_OP_CONVERT_SCALE_ABS, op, recordOf(src, dst),
+      {{"channels first", [](auto& p) { p.output[0].channel = 1, p.output[0].width = 5; },
+        "Recieve unsupported input and output channel: 3, 1"},
+       {"then sizes", [](auto& p) { p.output[0].width = 5, p.input[0].type = 5; },
+        "Recieve unsupported input and output shape: (4, 6) and (4, 5)"},
+       {"then the type", [](auto& p) { p.input[0].type = 5; }, "Recieve unsupported data type: 5"},
+       {"planes apart", [](auto& p) { p.input[0].channel = p.output[0].channel = 2, p.output[0].format = Tamix_I420; },
+        "Recieve unsupported data format: 8 with 2 channels"}});
 }
 
 TEST(ImageFuseOverlapCPU, WritesTheJoinedImageAndItsSize) {
@@ -177,45 +126,30 @@ TEST(ImageFuseOverlapCPU, RefusesInOrder) {
   valid.fuse_overlap = 4;
   valid.fuse_direction = 1;
   valid.fuse_weights = weights.data();
-  const std::string op = "op/imagefuseoverlap_cpu.cpp";
-  const std::string kernel = "arm/uint8/imagefuseoverlap_cpu_uint8.cpp";
+  const std::string op = "runtime/cpu/op/imagefuseoverlap_cpu.cpp";
+  const std::string kernel = "runtime/cpu/arm/uint8/imagefuseoverlap_cpu_uint8.cpp";
   const std::string function = "imageFuseOverlapCPUUINT8";
-  expectRefusals(TAMIX_OP_IMAGE_FUSE_OVERLAP, valid,
-                 {{"type first",
-                   [](TamixParams& p) {
-                     p.input[0].type = Tamix_FLOAT32;
-                     p.output[0].channel = 4;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported data type: 8"},
-                  {"then channels",
-                   [](TamixParams& p) {
-                     p.output[0].channel = 4;
-                     p.output[0].format = Tamix_BGR;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported input and output channel: 3, 4"},
-                  {"of the second image too", [](TamixParams& p) { p.input[1].channel = 1; }, TAMIX_ERR_UNSUPPORTED, op,
-                   "forward", "Recieve unsupported input and output channel: 3, 3"},
-                  {"then formats",
-                   [](TamixParams& p) {
-                     p.output[0].format = Tamix_BGR;
-                     p.fuse_weights = nullptr;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, op, "forward", "Recieve unsupported input and output format: 2, 1"},
-                  {"then pointers",
-                   [](TamixParams& p) {
-                     p.fuse_weights = nullptr;
-                     p.input[1].height = 4;
-                   },
-                   TAMIX_ERR_INVALID_IMAGE, kernel, function, "Recieved null data pointer"},
-                  {"then shapes", [](TamixParams& p) { p.input[1].height = 4; }, TAMIX_ERR_ILLEGAL_RECT, kernel, function,
-                   "recieve illegal shape: src0_rect: 0, 5, 6, 10 | src1_rect: 0, 4, 0, 4"},
-                  {"an output that is too small", [](TamixParams& p) { p.output[0].width = p.output[0].width_stride = 13; },
-                   TAMIX_ERR_ILLEGAL_RECT, op, "forward", "the joined image does not fit the output: 5, 13"},
-                  {"four channels",
-                   [](TamixParams& p) {
-                     for (TamixImage* i : {&p.input[0], &p.input[1], &p.output[0]}) i->channel = 4;
-                   },
-                   TAMIX_ERR_UNSUPPORTED, kernel, function, "Recieve unsupported channel: 4"}});
+  expectRefusals(
+      TAMIX_OP_IMAGE_FUSE_OVERLAP, op, valid,
+      {{"type first", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].channel = 4; },
+        "Recieve unsupported data type: 8"},
+       {"then channels", [](auto& p) { p.output[0].channel = 4, p.output[0].format = Tamix_BGR; },
+        "Recieve unsupported input and output channel: 3, 4"},
+       {"of the second image too", [](auto& p) { p.input[1].channel = 1; },
+        "Recieve unsupported input and output channel: 3, 3"},
+       {"then formats", [](auto& p) { p.output[0].format = Tamix_BGR, p.fuse_weights = nullptr; },
+        "Recieve unsupported input and output format: 2, 1"},
+       {"then pointers", [](auto& p) { p.fuse_weights = nullptr, p.input[1].height = 4; }, "Recieved null data pointer",
+        function, TAMIX_ERR_INVALID_IMAGE, kernel},
+       {"then shapes", [](auto& p) { p.input[1].height = 4; },
+        "recieve illegal shape: src0_rect: 0, 5, 6, 10 | src1_rect: 0, 4, 0, 4", function, TAMIX_ERR_ILLEGAL_RECT, kernel},
+       {"an output that is too small", [](auto& p) { p.output[0].width = p.output[0].width_stride = 13; },
+        "the joined image does not fit the output: 5, 13", "forward", TAMIX_ERR_ILLEGAL_RECT},
+       {"four channels",
+        [](TamixParams& p) {
+          for (TamixImage* i : {&p.input[0], &p.input[1], &p.output[0]}) i->channel = 4;
+        },
+        "Recieve unsupported channel: 4", function, TAMIX_ERR_UNSUPPORTED, kernel}});
 }
 
 }  // namespace

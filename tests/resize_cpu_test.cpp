@@ -1,14 +1,13 @@
 // The resize operators: refusals in their order, planes of YUV images, element types.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 
 #include "inference/runtime/cpu/arm/fp32/resizebilinear_cpu_fp32.h"
 #include "inference/runtime/cpu/arm/uint8/resizenearest_cpu_uint8.h"
 #include "tamix/kernels.h"
 #include "tests/support/allocation.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/refusals.h"
 #include "tests/support/resize.h"
 
 namespace tamix::test {
@@ -140,95 +139,48 @@ TEST_F(ResizeOperators, StopAtTheFirstPlaneThatFails) {
   }
 }
 
-TEST_F(ResizeOperators, RefuseInTheirOrder) {
-  struct Case {
-    const char* what;
-    int32_t type;
-    std::function<void(TamixImage&, TamixImage&)> change;
-    std::string line;
-  };
-  const std::string area = "runtime/cpu/op/resizearea_cpu.cpp";
-  const std::string nearest = "runtime/cpu/op/resizenearest_cpu.cpp";
-  const std::string bilinear = "runtime/cpu/op/resizebilinear_cpu.cpp";
+TEST(ResizeOperatorsRefuse, InTheirOrder) {
+  const auto image = randomImage<uint8_t>({64, 16, 64, 3});
+  const Image<uint8_t> result({64, 16, 64, 3});
+  TamixParams served = recordOf(image, result);
+  served.input[0].width = served.output[0].height = 8;
+  served.output[0].width = served.input[0].height = 5;
   const std::string planes = "runtime/cpu/op/resize_planes.h";
-  const Case cases[] = {
-      {"area: channels before type", TAMIX_OP_RESIZE_AREA,
-       [](TamixImage& src, TamixImage& dst) {
-         src.type = Tamix_FLOAT32;
-         dst.channel = 1;
-       },
-       errorLine(area, "forward", "Recieve unsupported input and output channel: 3, 1")},
-      {"area: float", TAMIX_OP_RESIZE_AREA, [](TamixImage& src, TamixImage&) { src.type = Tamix_FLOAT32; },
-       errorLine(area, "resizeAreaCPUFLOAT32", "Recieve unsupported data type: 8")},
-      {"area: unknown type", TAMIX_OP_RESIZE_AREA, [](TamixImage& src, TamixImage&) { src.type = 2; },
-       errorLine(area, "forward", "Recieve unsupported data type: 2")},
-      {"area: packed to two planes", TAMIX_OP_RESIZE_AREA, [](TamixImage&, TamixImage& dst) { dst.format = 19; },
-       errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: 3, 3")},
-      {"area: planes to pixels without channels", TAMIX_OP_RESIZE_AREA,
-       [](TamixImage& src, TamixImage& dst) {
-         src.format = 19;
-         src.channel = dst.channel = -2;
-       },
-       errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: -2, -2")},
-      {"area: planes to pixels with a second plane", TAMIX_OP_RESIZE_AREA,
-       [](TamixImage& src, TamixImage& dst) {
-         src.format = 19;
-         src.data[1] = dst.data[1] = src.data[0];
-       },
-       errorLine(planes, "resizePlanes", "Recieve unsupported input and output format: 19, 2")},
-      {"nearest: channels before formats", TAMIX_OP_RESIZE_NEAREST,
-       [](TamixImage&, TamixImage& dst) {
-         dst.format = Tamix_GRAY;
-         dst.channel = 1;
-       },
-       errorLine(nearest, "forward", "Recieve unsupported input and output channel: 3, 1")},
-      {"nearest: formats before types", TAMIX_OP_RESIZE_NEAREST,
-       [](TamixImage&, TamixImage& dst) {
-         dst.format = Tamix_BGR;
-         dst.type = Tamix_FLOAT32;
-       },
-       errorLine(nearest, "forward", "Recieve unsupported input and output format: 2, 1")},
-      {"nearest: output type, names the input's", TAMIX_OP_RESIZE_NEAREST,
-       [](TamixImage&, TamixImage& dst) { dst.type = Tamix_FLOAT32; },
-       errorLine(nearest, "forward", "Recieve unsupported data type: 1")},
-      {"nearest: float input", TAMIX_OP_RESIZE_NEAREST, [](TamixImage& src, TamixImage&) { src.type = Tamix_FLOAT32; },
-       errorLine(nearest, "forward", "Recieve unsupported data type: 8")},
-      {"nearest: two packed channels", TAMIX_OP_RESIZE_NEAREST,
-       [](TamixImage& src, TamixImage& dst) { src.channel = dst.channel = 2; },
-       errorLine("runtime/cpu/arm/uint8/resizenearest_cpu_uint8.cpp", "resizeNearestNeighborIntrinsic",
-                 "Recieved unsupported channel 2")},
-      {"bilinear: unknown type before formats", TAMIX_OP_RESIZE_BILINEAR,
-       [](TamixImage& src, TamixImage& dst) {
-         src.type = 9;
-         dst.format = Tamix_BGR;
-       },
-       errorLine(bilinear, "forward", "Recieve unsupported data type: 9")},
-      {"bilinear: formats", TAMIX_OP_RESIZE_BILINEAR, [](TamixImage&, TamixImage& dst) { dst.format = Tamix_BGR; },
-       errorLine(bilinear, "resizeBilinearCPUUINT8", "Recieved unsupported format conversion from 2 to 1")},
-      {"bilinear: fewer channels", TAMIX_OP_RESIZE_BILINEAR, [](TamixImage&, TamixImage& dst) { dst.channel = 1; },
-       errorLine(planes, "resizePlanes", "Recieve unsupported input and output channel: 3, 1")},
-      {"bilinear: float with fewer channels", TAMIX_OP_RESIZE_BILINEAR,
-       [](TamixImage& src, TamixImage& dst) {
-         src.type = dst.type = Tamix_FLOAT32;
-         dst.channel = 1;
-       },
-       errorLine(bilinear, "resizeBilinearCPUFLOAT32", "Recieve unsupported input and output channel: 3, 1")},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    const auto image = randomImage<uint8_t>({64, 16, 64, 3});
-    Image<uint8_t> result({64, 16, 64, 3});
-    const Image<uint8_t> untouched(result);
-    TamixImage src = image.record(Tamix_RGB, Tamix_UINT8);
-    TamixImage dst = result.record(Tamix_RGB, Tamix_UINT8);
-    src.width = dst.height = 8;
-    dst.width = src.height = 5;
-    c.change(src, dst);
-    const LogCapture log(2);
-    EXPECT_EQ(run(c.type, src, dst), TAMIX_ERR_UNSUPPORTED);
-    EXPECT_EQ(log.errors(), std::vector<std::string>{c.line});
-    EXPECT_TRUE(sameBytes(result, untouched));
-  }
+  expectRefusals(
+      TAMIX_OP_RESIZE_AREA, "runtime/cpu/op/resizearea_cpu.cpp", served,
+      {{"channels before type", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].channel = 1; },
+        "Recieve unsupported input and output channel: 3, 1"},
+       {"float", [](auto& p) { p.input[0].type = Tamix_FLOAT32; }, "Recieve unsupported data type: 8", "resizeAreaCPUFLOAT32"},
+       {"unknown type", [](auto& p) { p.input[0].type = 2; }, "Recieve unsupported data type: 2"},
+       {"packed to two planes", [](auto& p) { p.output[0].format = 19; }, "Recieve unsupported input and output channel: 3, 3",
+        "resizePlanes", TAMIX_ERR_UNSUPPORTED, planes},
+       {"planes to pixels without channels",
+        [](auto& p) { p.input[0].format = 19, p.input[0].channel = p.output[0].channel = -2; },
+        "Recieve unsupported input and output channel: -2, -2", "resizePlanes", TAMIX_ERR_UNSUPPORTED, planes},
+       {"planes to pixels with a second plane",
+        [](auto& p) { p.input[0].format = 19, p.input[0].data[1] = p.output[0].data[1] = p.input[0].data[0]; },
+        "Recieve unsupported input and output format: 19, 2", "resizePlanes", TAMIX_ERR_UNSUPPORTED, planes}});
+  expectRefusals(
+      TAMIX_OP_RESIZE_NEAREST, "runtime/cpu/op/resizenearest_cpu.cpp", served,
+      {{"channels before formats", [](auto& p) { p.output[0].format = Tamix_GRAY, p.output[0].channel = 1; },
+        "Recieve unsupported input and output channel: 3, 1"},
+       {"formats before types", [](auto& p) { p.output[0].format = Tamix_BGR, p.output[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported input and output format: 2, 1"},
+       {"output type, names the input's", [](auto& p) { p.output[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported data type: 1"},
+       {"float input", [](auto& p) { p.input[0].type = Tamix_FLOAT32; }, "Recieve unsupported data type: 8"},
+       {"two packed channels", [](auto& p) { p.input[0].channel = p.output[0].channel = 2; }, "Recieved unsupported channel 2",
+        "resizeNearestNeighborIntrinsic", TAMIX_ERR_UNSUPPORTED, "runtime/cpu/arm/uint8/resizenearest_cpu_uint8.cpp"}});
+  expectRefusals(TAMIX_OP_RESIZE_BILINEAR, "runtime/cpu/op/resizebilinear_cpu.cpp", served,
+                 {{"unknown type before formats", [](auto& p) { p.input[0].type = 9, p.output[0].format = Tamix_BGR; },
+                   "Recieve unsupported data type: 9"},
+                  {"formats", [](auto& p) { p.output[0].format = Tamix_BGR; },
+                   "Recieved unsupported format conversion from 2 to 1", "resizeBilinearCPUUINT8"},
+                  {"fewer channels", [](auto& p) { p.output[0].channel = 1; },
+                   "Recieve unsupported input and output channel: 3, 1", "resizePlanes", TAMIX_ERR_UNSUPPORTED, planes},
+                  {"float with fewer channels",
+                   [](auto& p) { p.input[0].type = p.output[0].type = Tamix_FLOAT32, p.output[0].channel = 1; },
+                   "Recieve unsupported input and output channel: 3, 1", "resizeBilinearCPUFLOAT32"}});
 }
 
 TEST_F(ResizeOperators, AreaServesOtherFormatsOfTheSameChannels) {
