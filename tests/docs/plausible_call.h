@@ -69,6 +69,25 @@ struct Case {
   int32_t in_type = Tamix_UINT8;
   int32_t out_type = Tamix_UINT8;
   std::vector<Sweep> sweeps = {};
+
+  Case& layouts(const Layout& from, const Layout& to) {
+    in = from;
+    out = to;
+    return *this;
+  }
+  Case& types(int32_t from, int32_t to) {
+    in_type = from;
+    out_type = to;
+    return *this;
+  }
+  Case& with(Field field, int32_t value) {
+    settings.push_back({field, value});
+    return *this;
+  }
+  Case& over(std::vector<Sweep> all) {
+    sweeps = std::move(all);
+    return *this;
+  }
 };
 
 const std::vector<Case>& cases();

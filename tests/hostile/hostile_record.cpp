@@ -575,43 +575,13 @@ void HostileRecord::settle() {
 int32_t HostileRecord::anything() {
   constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
   constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-  return choose_.oneOf({0,
-                        -1,
-                        1,
-                        2,
-                        3,
-                        4,
-                        5,
-                        7,
-                        8,
-                        9,
-                        16,
-                        17,
-                        18,
-                        19,
-                        20,
-                        21,
-                        31,
-                        255,
-                        256,
-                        4096,
-                        4352,
-                        8192,
-                        8300,
-                        16385,
-                        -2,
-                        -16,
-                        32768,
-                        65535,
-                        kMost,
-                        kLeast,
-                        kMost - 1,
-                        kLeast + 1,
-                        1 << 30,
-                        46341,
-                        1 << 24,
-                        choose_.between(0, 100),
-                        choose_.between(-1, 8300)});
+  static constexpr int32_t kOdd[] = {0,  -1,  1,     2,     3,     4,      5,         7,          8,       9,     16,     17,
+                                     18, 19,  20,    21,    31,    255,    256,       4096,       4352,    8192,  8300,   16385,
+                                     -2, -16, 32768, 65535, kMost, kLeast, kMost - 1, kLeast + 1, 1 << 30, 46341, 1 << 24};
+  const int32_t small = choose_.between(0, 100);
+  const int32_t large = choose_.between(-1, 8300);
+  const uint32_t i = choose_.below(static_cast<uint32_t>(std::size(kOdd)) + 2);
+  return i < std::size(kOdd) ? kOdd[i] : i == std::size(kOdd) ? small : large;
 }
 
 // One of the integers that the operator reads.
