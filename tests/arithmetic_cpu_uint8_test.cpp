@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/null_planes.h"
 
 namespace tamix::test {
 namespace {
@@ -242,14 +242,9 @@ void expectRefusals(const Case<In, Out, In2>& c) {
   In in[4] = {};
   In2 in2[4] = {};
   Out out[4] = {};
-  LogCapture log;
-  EXPECT_EQ(c.kernel(nullptr, in2, out, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
-  EXPECT_EQ(c.kernel(in, nullptr, out, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
-  EXPECT_EQ(c.kernel(in, in2, nullptr, 1, 1, 1, 1, 1, 1, 1), TAMIX_ERR_INVALID_IMAGE);
+  expectNullsRefused("runtime/cpu/arm/uint8/arithmetic_cpu_uint8.cpp", c.name, c.kernel, in, in2, out, 1, 1, 1, 1, 1, 1, 1);
   EXPECT_EQ(c.kernel(nullptr, nullptr, nullptr, 0, 1, 1, 1, 1, 1, 1), TAMIX_OK);
   EXPECT_EQ(c.kernel(in, in2, out, 1 << 30, -5, 1 << 30, 1 << 30, 1 << 30, 4, 1), TAMIX_OK);
-  const std::string line = errorLine("runtime/cpu/arm/uint8/arithmetic_cpu_uint8.cpp", c.name, "Recieved null data pointer");
-  EXPECT_EQ(log.errors(), std::vector<std::string>(3, line));
 }
 
 TEST(ArithmeticCPU, RefusesNullPlanesButNotEmptyImages) {

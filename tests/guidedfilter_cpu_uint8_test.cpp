@@ -11,7 +11,7 @@
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
@@ -252,50 +252,29 @@ TEST(GuidedFilterCPUUINT8, RefusesShapesAndLeavesEmptyImagesAlone) {
   }
 }
 
-struct Refusal {
-  const char* what;
-  void (*change)(TamixParams&);
-  int32_t status;
-  const char* function;
-  const char* message;
-};
-
 TEST(GuidedFilterCPU, RefusesInOrder) {
   const Image<uint8_t> guide = scene({8, 6, 8, 3}, 7);
   const Image<uint8_t> dst({8, 6, 8, 3});
-  const Refusal refusals[] = {
-      {"size first", [](TamixParams& p) { p.output[0].width = 7, p.input[0].type = Tamix_FLOAT32; }, TAMIX_ERR_UNSUPPORTED,
-       "forward", "Recieve unsupported input and output shape: (6, 8) and (6, 7)"},
-      {"then type", [](TamixParams& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].channel = 4; }, TAMIX_ERR_UNSUPPORTED,
-       "forward", "Recieve unsupported data type: 8"},
-      {"then channel", [](TamixParams& p) { p.output[0].channel = 1, p.output[0].format = Tamix_GRAY; }, TAMIX_ERR_UNSUPPORTED,
-       "guidedFilterCPUUINT8", "Recieve unsupported input and output channel: 3, 1"},
-      {"then format", [](TamixParams& p) { p.output[0].format = Tamix_BGR, p.kernel_size = 3; }, TAMIX_ERR_UNSUPPORTED,
-       "guidedFilterCPUUINT8", "Recieve unsupported input and output format: 2, 1"},
-      {"then channel count", [](TamixParams& p) { p.input[0].channel = p.output[0].channel = 1, p.kernel_size = 3; },
-       TAMIX_ERR_UNSUPPORTED, "guidedFilterCPUUINT8", "Recieve unsupported input channel: 1"},
-      {"then kernel size", [](TamixParams& p) { p.kernel_size = 3; }, TAMIX_ERR_UNSUPPORTED, "guidedFilterCPUUINT8",
-       "Recieve unsupported kernel size: 3"},
-      {"p of one channel", [](TamixParams& p) { p.input[1].channel = 1; }, TAMIX_ERR_UNSUPPORTED, "guidedFilterCPUUINT8",
-       "Recieve unsupported input channel: 1"},
-      {"p of floats", [](TamixParams& p) { p.input[1].type = Tamix_FLOAT32; }, TAMIX_ERR_UNSUPPORTED, "guidedFilterCPUUINT8",
-       "Recieve unsupported data type: 8"},
-      {"no p", [](TamixParams& p) { p.input[1] = TamixImage{}; }, TAMIX_ERR_INVALID_IMAGE, "guidedFilterCPUUINT8",
-       "Recieved null data pointer"},
-  };
-  const RunningOperator guided(TAMIX_OP_GUIDED_FILTER);
-  for (const Refusal& refusal : refusals) {
-    SCOPED_TRACE(refusal.what);
-    TamixParams params = recordOf(guide, dst);
-    params.input[1] = params.input[0];
-    refusal.change(params);
-    LogCapture log;
-    EXPECT_EQ(guided.run(params), refusal.status);
-    const bool by_kernel = refusal.status == TAMIX_ERR_INVALID_IMAGE;
-    const char* const file =
-        by_kernel ? "runtime/cpu/arm/uint8/guidedfilter_cpu_uint8.cpp" : "runtime/cpu/op/guidedfilter_cpu.cpp";
-    EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine(file, refusal.function, refusal.message)});
-  }
+  TamixParams served = recordOf(guide, dst);
+  served.input[1] = served.input[0];
+  const std::string function = "guidedFilterCPUUINT8";
+  expectRefusals(
+      TAMIX_OP_GUIDED_FILTER, "runtime/cpu/op/guidedfilter_cpu.cpp", served,
+      {{"size first", [](auto& p) { p.output[0].width = 7, p.input[0].type = Tamix_FLOAT32; },
+        "Recieve unsupported input and output shape: (6, 8) and (6, 7)"},
+       {"then type", [](auto& p) { p.input[0].type = Tamix_FLOAT32, p.output[0].channel = 4; },
+        "Recieve unsupported data type: 8"},
+       {"then channel", [](auto& p) { p.output[0].channel = 1, p.output[0].format = Tamix_GRAY; },
+        "Recieve unsupported input and output channel: 3, 1", function},
+       {"then format", [](auto& p) { p.output[0].format = Tamix_BGR, p.kernel_size = 3; },
+        "Recieve unsupported input and output format: 2, 1", function},
+       {"then channel count", [](auto& p) { p.input[0].channel = p.output[0].channel = 1, p.kernel_size = 3; },
+        "Recieve unsupported input channel: 1", function},
+       {"then kernel size", [](auto& p) { p.kernel_size = 3; }, "Recieve unsupported kernel size: 3", function},
+       {"p of one channel", [](auto& p) { p.input[1].channel = 1; }, "Recieve unsupported input channel: 1", function},
+       {"p of floats", [](auto& p) { p.input[1].type = Tamix_FLOAT32; }, "Recieve unsupported data type: 8", function},
+       {"no p", [](auto& p) { p.input[1] = TamixImage{}; }, "Recieved null data pointer", function, TAMIX_ERR_INVALID_IMAGE,
+        "runtime/cpu/arm/uint8/guidedfilter_cpu_uint8.cpp"}});
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "tamix/kernels.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/null_planes.h"
 #include "tests/support/yuv_frame.h"
 
 namespace tamix::test {
@@ -82,15 +82,8 @@ TEST(I420ToColor3, RefusesNullPlanesAndLeavesEmptyImagesAlone) {
   const Image<uint8_t> dst(shape.packed()), untouched(shape.packed());
   for (const Kernel& kernel : kKernels) {
     SCOPED_TRACE(kernel.name);
-    for (int missing = 0; missing < 4; ++missing) {
-      const auto unless = [&](int i, auto* pointer) { return i == missing ? nullptr : pointer; };
-      const LogCapture log;
-      EXPECT_EQ(kernel.run(unless(0, src.y.data()), unless(1, src.u.data()), unless(2, src.v.data()), unless(3, dst.data()), 16,
-                           0, 16, 16),
-                TAMIX_ERR_INVALID_IMAGE);
-      EXPECT_EQ(log.errors(), std::vector{errorLine("runtime/cpu/arm/uint8/i420tocolor3_cpu_uint8.cpp", kernel.name,
-                                                    "Recieved null data pointer")});
-    }
+    expectNullsRefused("runtime/cpu/arm/uint8/i420tocolor3_cpu_uint8.cpp", kernel.name, kernel.run, src.y.data(), src.u.data(),
+                       src.v.data(), dst.data(), 16, 0, 16, 16);
     for (const auto& [width, height] : {std::pair{16, 0}, {16, -2}, {1, 2}, {-16, 2}, {INT32_MIN, INT32_MIN}}) {
       EXPECT_EQ(kernel.run(src.y.data(), src.u.data(), src.v.data(), dst.data(), width, height, 16, 16), TAMIX_OK);
     }

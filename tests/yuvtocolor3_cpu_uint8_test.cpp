@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "tamix/kernels.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/null_planes.h"
 #include "tests/support/yuv_frame.h"
 
 namespace tamix::test {
@@ -103,15 +103,8 @@ TEST(YUV420ToColor3, RefusesNullPlanesAndLeavesEmptyImagesAlone) {
   const Image<uint8_t> dst(shape.packed()), untouched(shape.packed());
   for (const Kernel& kernel : kKernels) {
     SCOPED_TRACE(kernel.name);
-    const auto refused = [&](const uint8_t* src_y, const uint8_t* src_uv, uint8_t* to) {
-      const LogCapture log;
-      EXPECT_EQ(kernel.run(src_y, src_uv, to, 16, 0, 16, 16), TAMIX_ERR_INVALID_IMAGE);
-      EXPECT_EQ(log.errors(), std::vector{errorLine("runtime/cpu/arm/uint8/yuvtocolor3_cpu_uint8.cpp", "YUV420ToColor3",
-                                                    "Recieved null data pointer")});
-    };
-    refused(nullptr, pairs.data(), dst.data());
-    refused(y.data(), nullptr, dst.data());
-    refused(y.data(), pairs.data(), nullptr);
+    expectNullsRefused("runtime/cpu/arm/uint8/yuvtocolor3_cpu_uint8.cpp", "YUV420ToColor3", kernel.run, y.data(), pairs.data(),
+                       dst.data(), 16, 0, 16, 16);
     for (const auto& [width, height] : {std::pair{16, 0}, {16, -2}, {0, 2}, {-16, INT32_MAX}, {INT32_MIN, INT32_MIN}}) {
       EXPECT_EQ(kernel.run(y.data(), pairs.data(), dst.data(), width, height, 16, 16), TAMIX_OK);
     }
