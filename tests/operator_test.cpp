@@ -67,95 +67,49 @@ struct Refusal {
 // Each row leaves the faults of later checks in place, so that a changed order shows.
 const Refusal kRefusals[] = {
     {"both unused",
-     [](TamixParams& p) {
-       p.input[0].type = p.output[0].type = 0;
-       p.output[0].format = Tamix_GRAY;
-       p.output[0].width = 0;
-     },
+     [](auto& p) { p.input[0].type = p.output[0].type = 0, p.output[0].format = Tamix_GRAY, p.output[0].width = 0; },
      TAMIX_ERR_INVALID_IMAGE, "recieved invalid input 0 [format: 2, type: 0] and output 0 [format: 9, type: 0]."},
-    {"empty input",
-     [](TamixParams& p) {
-       p.input[0].width = 0;
-       p.input[0].data[0] = nullptr;
-     },
-     TAMIX_ERR_INVALID_IMAGE, "recieved illegal input 0 shape [0, 4] or output 0 shape [4, 4]."},
-    {"empty output", [](TamixParams& p) { p.output[0].height = 0; }, TAMIX_ERR_INVALID_IMAGE,
+    {"empty input", [](auto& p) { p.input[0].width = 0, p.input[0].data[0] = nullptr; }, TAMIX_ERR_INVALID_IMAGE,
+     "recieved illegal input 0 shape [0, 4] or output 0 shape [4, 4]."},
+    {"empty output", [](auto& p) { p.output[0].height = 0; }, TAMIX_ERR_INVALID_IMAGE,
      "recieved illegal input 0 shape [4, 4] or output 0 shape [4, 0]."},
-    {"no plane",
-     [](TamixParams& p) {
-       p.output[0].data[0] = nullptr;
-       p.input[0] = image(3, 4, Tamix_NV21);
-     },
-     TAMIX_ERR_INVALID_IMAGE, format("recieved illegal input 0 [%p] or output 0 [%p].", plane_0)},
+    {"no plane", [](auto& p) { p.output[0].data[0] = nullptr, p.input[0] = image(3, 4, Tamix_NV21); }, TAMIX_ERR_INVALID_IMAGE,
+     format("recieved illegal input 0 [%p] or output 0 [%p].", plane_0)},
     {"odd input frame",
-     [](TamixParams& p) {
-       p.input[0] = image(4, 3, Tamix_NV21);
-       p.input[0].data[1] = nullptr;
-       p.output[0] = image(3, 4, Tamix_NV12);
-     },
+     [](auto& p) { p.input[0] = image(4, 3, Tamix_NV21), p.input[0].data[1] = nullptr, p.output[0] = image(3, 4, Tamix_NV12); },
      TAMIX_ERR_ILLEGAL_SHAPE, "recieved illegal input shape [3x4]."},
     {"input frame without chroma",
-     [](TamixParams& p) {
-       p.input[0] = image(4, 4, Tamix_NV12);
-       p.input[0].data[1] = nullptr;
-       p.output[0] = image(3, 4, Tamix_NV12);
-     },
+     [](auto& p) { p.input[0] = image(4, 4, Tamix_NV12), p.input[0].data[1] = nullptr, p.output[0] = image(3, 4, Tamix_NV12); },
      TAMIX_ERR_INVALID_IMAGE, format("recieved illegal input 0 [%p][%p].", plane_0)},
-    {"odd output frame",
-     [](TamixParams& p) {
-       p.output[0] = image(3, 4, Tamix_NV12);
-       p.output[0].data[1] = nullptr;
-     },
+    {"odd output frame", [](auto& p) { p.output[0] = image(3, 4, Tamix_NV12), p.output[0].data[1] = nullptr; },
      TAMIX_ERR_ILLEGAL_SHAPE, "recieved illegal output shape [4x3]."},
     {"output frame without chroma",
-     [](TamixParams& p) {
-       p.output[0] = image(4, 4, Tamix_NV21);
-       p.output[0].data[1] = nullptr;
-       p.output[0].width_stride = 1;
-     },
+     [](auto& p) { p.output[0] = image(4, 4, Tamix_NV21), p.output[0].data[1] = nullptr, p.output[0].width_stride = 1; },
      TAMIX_ERR_INVALID_IMAGE, format("recieved illegal output 0 [%p][%p].", plane_0)},
     {"sizes above strides",
-     [](TamixParams& p) {
-       p.output[0].width_stride = 3;
-       p.output[0].height_stride = 9;
-       p.input[0].height_stride = 7;
-       p.input[1] = image(0, 1);
+     [](auto& p) {
+       p.output[0].width_stride = 3, p.output[0].height_stride = 9, p.input[0].height_stride = 7, p.input[1] = image(0, 1);
      },
      TAMIX_ERR_INVALID_IMAGE,
      "size error! dst_width: 4, dst_width_stride: 3, dst_height: 4, dst_height_stride: 9, src_width: 4, src_width_stride: 4, "
      "src_height: 4, src_height_stride: 7 \n"},
-    {"input height above its stride", [](TamixParams& p) { p.input[0].height_stride = 3; }, TAMIX_ERR_INVALID_IMAGE,
+    {"input height above its stride", [](auto& p) { p.input[0].height_stride = 3; }, TAMIX_ERR_INVALID_IMAGE,
      "size error! dst_width: 4, dst_width_stride: 4, dst_height: 4, dst_height_stride: 4, src_width: 4, src_width_stride: 4, "
      "src_height: 4, src_height_stride: 3 \n"},
     {"inputs before outputs of the same number",
-     [](TamixParams& p) {
-       p.input[2] = image(5, 0);
-       p.output[1] = image(4, 4);
-       p.output[1].data[0] = nullptr;
-       p.input[1] = image(0, 5);
+     [](auto& p) {
+       p.input[2] = image(5, 0), p.output[1] = image(4, 4), p.output[1].data[0] = nullptr, p.input[1] = image(0, 5);
      },
      TAMIX_ERR_INVALID_IMAGE, "recieved illegal input 1 shape [0, 5]."},
     {"low numbers before high ones",
-     [](TamixParams& p) {
-       p.input[2] = image(5, 0);
-       p.output[1] = image(4, 4);
-       p.output[1].data[0] = nullptr;
-     },
+     [](auto& p) { p.input[2] = image(5, 0), p.output[1] = image(4, 4), p.output[1].data[0] = nullptr; },
      TAMIX_ERR_INVALID_IMAGE, format("recieved illegal output 1 [%p].", nullptr)},
-    {"further empty output", [](TamixParams& p) { p.output[3] = image(6, 0); }, TAMIX_ERR_INVALID_IMAGE,
+    {"further empty output", [](auto& p) { p.output[3] = image(6, 0); }, TAMIX_ERR_INVALID_IMAGE,
      "recieved illegal output 3 shape [6, 0]."},
     {"further input without a plane",
-     [](TamixParams& p) {
-       p.input[3] = image(6, 6);
-       p.input[3].width_stride = 2;
-       p.input[3].data[0] = nullptr;
-     },
+     [](auto& p) { p.input[3] = image(6, 6), p.input[3].width_stride = 2, p.input[3].data[0] = nullptr; },
      TAMIX_ERR_INVALID_IMAGE, format("recieved illegal input 3 [%p].", nullptr)},
-    {"further image above its stride",
-     [](TamixParams& p) {
-       p.output[2] = image(6, 5);
-       p.output[2].width_stride = 5;
-     },
+    {"further image above its stride", [](auto& p) { p.output[2] = image(6, 5), p.output[2].width_stride = 5; },
      TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 6, src_width_stride: 5, src_height: 5, src_height_stride: 5 \n"},
     {"a lone output is checked by itself",
      [](TamixParams& p) {
@@ -164,17 +118,9 @@ const Refusal kRefusals[] = {
      },
      TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 4, src_width_stride: 3, src_height: 4, src_height_stride: 4 \n"},
     {"a lone odd frame passes the pair's checks but not its own",
-     [](TamixParams& p) {
-       p.output[0].type = 0;
-       p.input[0] = image(3, 3, Tamix_NV12);
-       p.input[0].height_stride = 2;
-     },
+     [](auto& p) { p.output[0].type = 0, p.input[0] = image(3, 3, Tamix_NV12), p.input[0].height_stride = 2; },
      TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 3, src_width_stride: 3, src_height: 3, src_height_stride: 2 \n"},
-    {"a slot without a type must not lead backwards",
-     [](TamixParams& p) {
-       p.output[0].type = 0;
-       p.output[0].width_stride = -4;
-     },
+    {"a slot without a type must not lead backwards", [](auto& p) { p.output[0].type = 0, p.output[0].width_stride = -4; },
      TAMIX_ERR_INVALID_IMAGE, "size error! src_width: 4, src_width_stride: -4, src_height: 4, src_height_stride: 0 \n"},
 };
 

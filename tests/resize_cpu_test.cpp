@@ -45,11 +45,7 @@ using Kernel = decltype(&resizeBilinearCPUUINT8);
 // Expects `dst` to hold what the kernel makes of `src`.
 void expectResized(Kernel kernel, const Image<uint8_t>& src, const Image<uint8_t>& dst, const Image<uint8_t>& before) {
   Image<uint8_t> expected(before);
-  const Shape& from = src.shape();
-  const Shape& to = dst.shape();
-  ASSERT_EQ(kernel(src.data(), from.height, from.width, from.width_stride, expected.data(), to.height, to.width,
-                   to.width_stride, from.channel, 2),
-            TAMIX_OK);
+  ASSERT_EQ(resized(kernel, src, expected, 2), TAMIX_OK);
   EXPECT_TRUE(sameBytes(dst, expected));
 }
 

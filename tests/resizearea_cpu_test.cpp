@@ -15,19 +15,8 @@ namespace {
 
 constexpr const char* kFile = "runtime/cpu/arm/uint8/resizearea_cpu_uint8.cpp";
 
-int32_t resize(const Image<uint8_t>& src, Image<uint8_t>& dst) {
-  const Shape& from = src.shape();
-  const Shape& to = dst.shape();
-  return resizeAreaCPUUINT8(src.data(), from.height, from.width, from.width_stride, dst.data(), to.height, to.width,
-                            to.width_stride, from.channel, 1);
-}
-
-int32_t resize(const Image<float>& src, Image<float>& dst) {
-  const Shape& from = src.shape();
-  const Shape& to = dst.shape();
-  return resizeAreaCPUFLOAT32(src.data(), from.height, from.width, from.width_stride, dst.data(), to.height, to.width,
-                              to.width_stride, from.channel);
-}
+int32_t resize(const Image<uint8_t>& src, const Image<uint8_t>& dst) { return resized(resizeAreaCPUUINT8, src, dst, 1); }
+int32_t resize(const Image<float>& src, const Image<float>& dst) { return resized(resizeAreaCPUFLOAT32, src, dst); }
 
 struct Entry {
   int32_t source;
@@ -88,22 +77,25 @@ void model(const Image<T>& src, Image<T>& dst, const Convert& convert) {
 
 uint8_t rounded(float v) { return static_cast<uint8_t>(std::clamp(std::round(v), 0.0f, 255.0f)); }
 
-TEST(ResizeAreaCPUUINT8, AveragesWhatEachPixelCoversWithinItsHalfOfTheRows) {
+template <class T, class Convert>
+void expectAverages(const std::vector<int32_t>& channel_counts, const Convert& convert) {
+  const auto run = [](const auto& src, const auto& dst) { return resize(src, dst); };
   for (const ResizeSizes& sizes : resizeSizes()) {
     if (sizes.src_width < sizes.dst_width || sizes.src_height < sizes.dst_height) continue;
-    for (const int32_t channels : {1, 2, 3, 4, 5}) {
+    for (const int32_t channels : channel_counts) {
       for (const int32_t padding : {0, 3}) {
-        SCOPED_TRACE(testing::Message() << sizes << ", channels " << channels << ", padding " << padding);
-        const Guard guard = padding == 0 ? Guard::kBehind : Guard::kBefore;
-        const auto src = randomImage<uint8_t>(sourceShape(sizes, channels, padding), 3, guard);
-        Image<uint8_t> dst(resultShape(sizes, channels, padding), guard);
-        Image<uint8_t> expected(dst);
-        model(src, expected, rounded);
-        ASSERT_EQ(resize(src, dst), TAMIX_OK);
-        ASSERT_TRUE(sameBytes(dst, expected));
+        expectResized<T>(sizes, channels, padding, run, [&](const auto& src, auto& dst) { model(src, dst, convert); });
       }
     }
   }
+}
+
+TEST(ResizeAreaCPUUINT8, AveragesWhatEachPixelCoversWithinItsHalfOfTheRows) {
+  expectAverages<uint8_t>({1, 2, 3, 4, 5}, rounded);
+}
+
+TEST(ResizeAreaCPUFLOAT32, AveragesLikeTheByteKernelWithoutRounding) {
+  expectAverages<float>({1, 3, 4}, [](float v) { return v; });
 }
 
 TEST(ResizeAreaCPUUINT8, RoundsHalvesUpAndDropsRowsBetweenTheHalves) {
@@ -115,21 +107,6 @@ TEST(ResizeAreaCPUUINT8, RoundsHalvesUpAndDropsRowsBetweenTheHalves) {
   EXPECT_EQ(dst.at(0, 0), 6);   // (2 + 0 + 10 + 10) / 4 = 5.5
   EXPECT_EQ(dst.at(1, 0), 20);  // the first half's last row alone
   EXPECT_EQ(dst.at(2, 0), 35);  // row 5 is not used
-}
-
-TEST(ResizeAreaCPUFLOAT32, AveragesLikeTheByteKernelWithoutRounding) {
-  for (const ResizeSizes& sizes : resizeSizes()) {
-    if (sizes.src_width < sizes.dst_width || sizes.src_height < sizes.dst_height) continue;
-    for (const int32_t channels : {1, 3, 4}) {
-      SCOPED_TRACE(testing::Message() << sizes << ", channels " << channels);
-      const auto src = randomImage<float>(sourceShape(sizes, channels, 2));
-      Image<float> dst(resultShape(sizes, channels, 1));
-      Image<float> expected(dst);
-      model(src, expected, [](float v) { return v; });
-      ASSERT_EQ(resize(src, dst), TAMIX_OK);
-      ASSERT_TRUE(sameBytes(dst, expected));
-    }
-  }
 }
 
 TEST(ResizeAreaCPUFLOAT32, LeavesOutNeighboursThatAreNotNumbers) {
@@ -149,14 +126,9 @@ TEST(ResizeArea, EnlargesLikeTheBilinearResize) {
       const auto src = randomImage<uint8_t>(sourceShape(sizes, channels, 2));
       Image<uint8_t> dst(resultShape(sizes, channels, 1));
       Image<uint8_t> expected(dst);
-      const Shape& to = dst.shape();
       for (const int32_t num_threads : {1, 3}) {
-        ASSERT_EQ(resizeAreaCPUUINT8(src.data(), sizes.src_height, sizes.src_width, src.shape().width_stride, dst.data(),
-                                     to.height, to.width, to.width_stride, channels, num_threads),
-                  TAMIX_OK);
-        ASSERT_EQ(resizeBilinearCPUUINT8(src.data(), sizes.src_height, sizes.src_width, src.shape().width_stride,
-                                         expected.data(), to.height, to.width, to.width_stride, channels, num_threads),
-                  TAMIX_OK);
+        ASSERT_EQ(resized(resizeAreaCPUUINT8, src, dst, num_threads), TAMIX_OK);
+        ASSERT_EQ(resized(resizeBilinearCPUUINT8, src, expected, num_threads), TAMIX_OK);
         ASSERT_TRUE(sameBytes(dst, expected));
       }
 
@@ -164,9 +136,7 @@ TEST(ResizeArea, EnlargesLikeTheBilinearResize) {
       Image<float> float_dst(resultShape(sizes, channels, 1));
       Image<float> float_expected(float_dst);
       ASSERT_EQ(resize(float_src, float_dst), TAMIX_OK);
-      ASSERT_EQ(resizeBilinearCPUFLOAT32(float_src.data(), sizes.src_height, sizes.src_width, float_src.shape().width_stride,
-                                         float_expected.data(), to.height, to.width, to.width_stride, channels),
-                TAMIX_OK);
+      ASSERT_EQ(resized(resizeBilinearCPUFLOAT32, float_src, float_expected), TAMIX_OK);
       ASSERT_TRUE(sameBytes(float_dst, float_expected));
     }
   }

@@ -11,11 +11,8 @@ namespace {
 
 constexpr const char* kFile = "runtime/cpu/arm/uint8/resizebilinear_cpu_uint8.cpp";
 
-int32_t resize(const Image<uint8_t>& src, Image<uint8_t>& dst, int32_t num_threads = 1) {
-  const Shape& from = src.shape();
-  const Shape& to = dst.shape();
-  return resizeBilinearCPUUINT8(src.data(), from.height, from.width, from.width_stride, dst.data(), to.height, to.width,
-                                to.width_stride, from.channel, num_threads);
+int32_t resize(const Image<uint8_t>& src, const Image<uint8_t>& dst, int32_t num_threads) {
+  return resized(resizeBilinearCPUUINT8, src, dst, num_threads);
 }
 
 // Two samples and the second one's weight.
@@ -102,19 +99,11 @@ void modelIn128ths(const Image<uint8_t>& src, Image<uint8_t>& dst, int32_t num_t
 }
 
 TEST(ResizeBilinearCPUUINT8, BlendsInSixteenthsWithOneRounding) {
+  const auto run = [](const auto& src, const auto& dst) { return resize(src, dst, 1); };
   for (const ResizeSizes& sizes : resizeSizes()) {
     for (const int32_t channels : {1, 2, 3, 5, 150}) {
       if (channels == 150 && sizes.src_width > 10) continue;
-      for (const int32_t padding : {0, 3}) {
-        SCOPED_TRACE(testing::Message() << sizes << ", channels " << channels << ", padding " << padding);
-        const Guard guard = padding == 0 ? Guard::kBehind : Guard::kBefore;
-        const auto src = randomImage<uint8_t>(sourceShape(sizes, channels, padding), 3, guard);
-        Image<uint8_t> dst(resultShape(sizes, channels, padding), guard);
-        Image<uint8_t> expected(dst);
-        modelInSixteenths(src, expected);
-        ASSERT_EQ(resize(src, dst), TAMIX_OK);
-        ASSERT_TRUE(sameBytes(dst, expected));
-      }
+      for (const int32_t padding : {0, 3}) expectResized<uint8_t>(sizes, channels, padding, run, modelInSixteenths);
     }
   }
 }
@@ -134,18 +123,13 @@ TEST(ResizeBilinearCPUUINT8, KeepsExtremeValuesInEveryPath) {
 }
 
 TEST(ResizeBilinearCPUUINT8, ResizesBandsOfFourChannelsByThemselves) {
+  const LogCapture log;
   for (const ResizeSizes& sizes : resizeSizes()) {
     for (const int32_t num_threads : {-1, 0, 1, 2, 3, 4, 9}) {
-      const int32_t padding = num_threads == 1 ? 0 : 3;
-      SCOPED_TRACE(testing::Message() << sizes << ", num_threads " << num_threads);
-      const Guard guard = padding == 0 ? Guard::kBehind : Guard::kBefore;
-      const auto src = randomImage<uint8_t>(sourceShape(sizes, 4, padding), 5, guard);
-      Image<uint8_t> dst(resultShape(sizes, 4, padding), guard);
-      Image<uint8_t> expected(dst);
-      modelIn128ths(src, expected, num_threads);
-      const LogCapture log;
-      ASSERT_EQ(resize(src, dst, num_threads), TAMIX_OK);
-      ASSERT_TRUE(sameBytes(dst, expected));
+      SCOPED_TRACE(num_threads);
+      expectResized<uint8_t>(
+          sizes, 4, num_threads == 1 ? 0 : 3, [&](const auto& src, const auto& dst) { return resize(src, dst, num_threads); },
+          [&](const auto& src, auto& dst) { modelIn128ths(src, dst, num_threads); });
     }
   }
 }
@@ -162,7 +146,7 @@ TEST(ResizeBilinearCPUUINT8, LogsOddWidthsOfFourChannelsOncePerBand) {
   }
   const LogCapture log;
   Image<uint8_t> even({6, 40, 6, 4});
-  EXPECT_EQ(resize(src, even), TAMIX_OK);
+  EXPECT_EQ(resize(src, even, 1), TAMIX_OK);
   EXPECT_TRUE(log.errors().empty());
 }
 
@@ -200,7 +184,7 @@ TEST(ResizeBilinearCPUUINT8, ReportsMissingMemoryOfEveryPath) {
     const Image<uint8_t> untouched(dst);
     const LogCapture log;
     const FailingMemalign failing(0);
-    EXPECT_EQ(resize(src, dst), TAMIX_ERR_NO_MEMORY);
+    EXPECT_EQ(resize(src, dst, 1), TAMIX_ERR_NO_MEMORY);
     EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine(kFile, c.function, "alloc memory failed!")});
     EXPECT_TRUE(sameBytes(dst, untouched));
   }

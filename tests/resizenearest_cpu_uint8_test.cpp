@@ -12,12 +12,8 @@ namespace {
 
 constexpr const char* kFile = "runtime/cpu/arm/uint8/resizenearest_cpu_uint8.cpp";
 
-int32_t resize(const Image<uint8_t>& src, Image<uint8_t>& dst) {
-  const Shape& from = src.shape();
-  const Shape& to = dst.shape();
-  const auto kernel = from.channel == 2 ? resizeNearestPairsCPUUINT8 : resizeNearestCPUUINT8;
-  return kernel(src.data(), from.height, from.width, from.width_stride, dst.data(), to.height, to.width, to.width_stride,
-                from.channel, 1);
+int32_t resize(const Image<uint8_t>& src, const Image<uint8_t>& dst) {
+  return resized(src.shape().channel == 2 ? resizeNearestPairsCPUUINT8 : resizeNearestCPUUINT8, src, dst, 1);
 }
 
 int32_t nearest(int32_t d, int32_t source, int32_t target) {
@@ -25,26 +21,19 @@ int32_t nearest(int32_t d, int32_t source, int32_t target) {
   return static_cast<int32_t>(std::floor(scale * (static_cast<float>(d) + 0.5f)));
 }
 
+void model(const Image<uint8_t>& src, Image<uint8_t>& dst) {
+  const Shape& from = src.shape();
+  const Shape& to = dst.shape();
+  dst.fill([&](int32_t y, size_t i) {
+    const auto x = static_cast<int32_t>(i) / to.channel;
+    return src.at(nearest(y, from.height, to.height), nearest(x, from.width, to.width), static_cast<int32_t>(i) % to.channel);
+  });
+}
+
 TEST(ResizeNearestCPUUINT8, CopiesThePixelAtEachCentre) {
   for (const ResizeSizes& sizes : resizeSizes()) {
     for (const int32_t channels : {1, 2, 3, 4}) {
-      for (const int32_t padding : {0, 3}) {
-        SCOPED_TRACE(testing::Message() << sizes << ", channels " << channels << ", padding " << padding);
-        const Guard guard = padding == 0 ? Guard::kBehind : Guard::kBefore;
-        const auto src = randomImage<uint8_t>(sourceShape(sizes, channels, padding), 3, guard);
-        Image<uint8_t> dst(resultShape(sizes, channels, padding), guard);
-        Image<uint8_t> expected(dst);
-        for (int32_t y = 0; y < sizes.dst_height; ++y) {
-          for (int32_t x = 0; x < sizes.dst_width; ++x) {
-            for (int32_t c = 0; c < channels; ++c) {
-              expected.at(y, x, c) =
-                  src.at(nearest(y, sizes.src_height, sizes.dst_height), nearest(x, sizes.src_width, sizes.dst_width), c);
-            }
-          }
-        }
-        ASSERT_EQ(resize(src, dst), TAMIX_OK);
-        ASSERT_TRUE(sameBytes(dst, expected));
-      }
+      for (const int32_t padding : {0, 3}) expectResized<uint8_t>(sizes, channels, padding, resize, model);
     }
   }
 }

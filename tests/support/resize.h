@@ -37,4 +37,25 @@ inline Shape resultShape(const ResizeSizes& s, int32_t channels, int32_t padding
   return {s.dst_width, s.dst_height, s.dst_width + padding, channels};
 }
 
+template <class Kernel, class T, class... Rest>
+int32_t resized(const Kernel& kernel, const Image<T>& src, const Image<T>& dst, Rest... rest) {
+  const Shape& from = src.shape();
+  const Shape& to = dst.shape();
+  return kernel(src.data(), from.height, from.width, from.width_stride, dst.data(), to.height, to.width, to.width_stride,
+                from.channel, rest...);
+}
+
+// Expects of resize(src, dst) what model(src, expected) gives; padded rows end at the guard before them.
+template <class T, class Resize, class Model>
+void expectResized(const ResizeSizes& sizes, int32_t channels, int32_t padding, const Resize& resize, const Model& model) {
+  SCOPED_TRACE(testing::Message() << sizes << ", channels " << channels << ", padding " << padding);
+  const Guard guard = padding == 0 ? Guard::kBehind : Guard::kBefore;
+  const auto src = randomImage<T>(sourceShape(sizes, channels, padding), 3, guard);
+  Image<T> dst(resultShape(sizes, channels, padding), guard);
+  Image<T> expected(dst);
+  model(src, expected);
+  ASSERT_EQ(resize(src, dst), TAMIX_OK);
+  ASSERT_TRUE(sameBytes(dst, expected));
+}
+
 }  // namespace tamix::test
