@@ -10,8 +10,7 @@
 #include "tamix/tamix.h"
 #include "tests/support/allocation.h"
 #include "tests/support/image.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
@@ -42,23 +41,15 @@ class Rearrange : public testing::Test {
   std::vector<Image<float>> images_;  // floats: room for either element type
 };
 
-struct Refusal {
+struct Row {
   std::function<void(TamixParams&)> spoil;
   std::string message;
-  int32_t status = TAMIX_ERR_UNSUPPORTED;
 };
 
-void expectRefusals(int32_t type, const std::string& file, const TamixParams& accepted, const std::vector<Refusal>& refusals) {
-  const RunningOperator op(type);
-  TamixParams params = accepted;
-  EXPECT_EQ(op.run(params), TAMIX_OK);
-  for (const Refusal& refusal : refusals) {
-    params = accepted;
-    refusal.spoil(params);
-    const LogCapture log;
-    EXPECT_EQ(op.run(params), refusal.status) << refusal.message;
-    EXPECT_EQ(log.errors(), std::vector<std::string>{errorLine("runtime/cpu/op/" + file, "forward", refusal.message)});
-  }
+void expectRefusals(int32_t type, const std::string& file, const TamixParams& accepted, const std::vector<Row>& rows) {
+  std::vector<Refusal> refusals;
+  for (const Row& row : rows) refusals.push_back({row.message.c_str(), row.spoil, row.message});
+  expectRefusals(type, "runtime/cpu/op/" + file, accepted, refusals);
 }
 
 void setBorders(TamixParams& p, int32_t top, int32_t bottom, int32_t left, int32_t right) {
