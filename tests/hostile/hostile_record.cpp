@@ -508,7 +508,10 @@ void HostileRecord::completeForKernel() {
     if (image->width_stride == 0) image->width_stride = image->width;
   }
   if (resizesPairs()) params_.op_mode = choose_.oneOf({0, 1});
-  if (operator_type_ == TAMIX_OP_GAUSSIAN_FILTER && choose_.oneIn(2)) params_.kernel = static_cast<uint8_t*>(kWanted);
+  if (operator_type_ == TAMIX_OP_GAUSSIAN_FILTER) {
+    if (!choose_.oneIn(4)) params_.kernel_height = params_.kernel_width = 3;
+    if (choose_.oneIn(2)) params_.kernel = static_cast<uint8_t*>(kWanted);
+  }
 }
 
 // What a kernel cannot compare, because it takes it once or as given.
@@ -561,6 +564,8 @@ void HostileRecord::fit() {
 
 // Where the caller gives memory for a setting.
 void HostileRecord::settle() {
+  shares_planes_ = kernel_ != nullptr && choose_.oneIn(8);
+  if (kernel_ != nullptr) return;  // reads none of them
   const bool most = !choose_.oneIn(8);
   params_.nonzero_count = most ? static_cast<uint32_t*>(kWanted) : nullptr;
   params_.mean_out = params_.std_out = most ? static_cast<float*>(kWanted) : nullptr;
