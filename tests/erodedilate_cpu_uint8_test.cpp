@@ -119,6 +119,25 @@ TEST(ErodeAndDilateCPUUINT8, TakeTallElementsOnOneSide) {
   }
 }
 
+// Diamonds of many chords, and elements with gaps on images of several bands.
+TEST(ErodeAndDilateCPUUINT8, TakeElementsAsBoxes) {
+  for (const int32_t size : {69, 72}) {
+    std::vector<uint8_t> diamond(static_cast<size_t>(size * size));
+    for (int32_t i = 0; i < size * size; ++i)
+      diamond[static_cast<size_t>(i)] = std::abs(i / size - size / 2) + std::abs(i % size - size / 2) <= size / 2;
+    for (int32_t border_type = 0; border_type < 5; ++border_type) {
+      expectModel(size % 2 == 0, spottedImage({50, 21, 50, 3}, size % 2 == 0, 3),
+                  {size, size, diamond.data(), border_type, 9, 1});
+    }
+  }
+  std::vector<uint8_t> gaps(9 * 11);
+  for (size_t i = 0; i < gaps.size(); ++i) gaps[i] = i % 7 != 3 && i % 5 != 1;
+  for (int32_t border_type = 0; border_type < 5; ++border_type) {
+    const bool erodes = border_type % 2 == 0;
+    expectModel(erodes, spottedImage({20, 260, 23, 3}, erodes, 6), {9, 11, gaps.data(), border_type, 100, 2});
+  }
+}
+
 TEST(ErodeAndDilateCPUUINT8, EndTwoBillionPassesEarly) {
   const Shape shape{11, 6, 13, 3};
   const uint8_t cross[9] = {0, 1, 0, 1, 1, 1, 0, 1, 0};

@@ -14,13 +14,15 @@ NestedElement::NestedElement(const StructuringElement& element, int32_t height, 
     order_ = {};
     return;
   }
-  is_nested_ = readChords(element, width) && sort() && suitsBorder(border_type);
-  if (!is_nested_ || passes == 1) return;
-  if (!multiply(passes, width)) {
+  if (!readChords(element, width) || !sort()) return;
+  const Fit fit = fitOf(border_type);
+  if (fit == Fit::kNone) return;
+  if (fit == Fit::kBehindEdges) passes = std::max(passes - 2, 0);
+  if (passes != 1 && !multiply(passes, width)) {
     order_ = {};
     return;
   }
-  is_nested_ = sort();
+  if (sort()) fit_ = fit;
 }
 
 // False where a row has no piece around the output pixel, or several, or one that a nearer row does not contain.
@@ -119,19 +121,42 @@ bool NestedElement::sort() {
   return true;
 }
 
+int32_t NestedElement::countLevels() const {
+  int32_t levels = 1;
+  for (int32_t i = 1; i < count(); ++i) levels += chord(row(i)) == chord(row(i - 1)) ? 0 : 1;
+  return levels;
+}
+
+ElementBox* NestedElement::copyBoxes(ElementBox* to) const {
+  for (int32_t first = -up(); first <= down();) {
+    int32_t behind = first + 1;
+    while (behind <= down() && chord(behind) == chord(first)) ++behind;
+    *to++ = {first, behind, -chord(first).left, int64_t{chord(first).right} + 1};
+    first = behind;
+  }
+  return to;
+}
+
 // Pixels outside the image that repeat the nearest edge pixel, or that a constant stands for, are none of its members' pixels
 // that matter. A member mirrored around an edge must meet another one; a mirror that repeats the edge brings it one pixel
-// nearer.
-bool NestedElement::suitsBorder(int32_t border_type) const {
-  if (border_type != TAMIX_BORDER_REFLECT && border_type != TAMIX_BORDER_REFLECT_101) return true;
+// nearer, one that does not brings it two pixels nearer to pixels behind the edge.
+NestedElement::Fit NestedElement::fitOf(int32_t border_type) const {
+  if (border_type != TAMIX_BORDER_REFLECT && border_type != TAMIX_BORDER_REFLECT_101) return Fit::kAll;
   const int32_t nearer = border_type == TAMIX_BORDER_REFLECT ? 1 : 0;
+  const bool spares_edge = nearer == 0;
+  Fit fit = Fit::kAll;
   for (int32_t row = -up(); row <= down(); ++row) {
     const Chord& here = chord(row);
-    if (std::abs(here.left - here.right) > nearer) return false;
+    if (here.right - here.left > nearer || here.left - here.right > 1) return Fit::kNone;
+    if (spares_edge && here.left > here.right) fit = Fit::kBehindEdges;
     const int32_t mirrored = row < 0 ? -row - nearer : std::min(0, -row + nearer);
-    if (mirrored < -up() || mirrored > down() || !chord(mirrored).contains(here)) return false;
+    if (spares_edge && row < 0 && mirrored == down() + 1) {
+      fit = Fit::kBehindEdges;
+    } else if (mirrored < -up() || mirrored > down() || !chord(mirrored).contains(here)) {
+      return Fit::kNone;
+    }
   }
-  return true;
+  return fit;
 }
 
 }  // namespace tamix

@@ -24,13 +24,21 @@ struct Chord {
 // shrink to both sides, no rows of opposite directions need to be added.
 class NestedElement {
  public:
-  // `passes` times the element, in an image of this size and border (a plain type).
+  // Which pixels see no other members than those inside the image (or a constant border, or the other side of a ring).
+  enum class Fit {
+    kNone,
+    kAll,
+    kBehindEdges,  // all but those of row 0 and column 0, which may see one row or column more, mirrored
+  };
+
+  // All passes over the element, in an image of this size and border (a plain type); with kBehindEdges all but the last two,
+  // after which the first row and column are as if no pass had looked beyond the edges.
   NestedElement(const StructuringElement& element, int32_t height, int32_t width, int32_t border_type, int32_t passes);
 
   // False without memory.
   explicit operator bool() const { return static_cast<bool>(order_); }
-  // False where the element is not nested, or the border brings pixels in that are not members.
-  bool isNested() const { return is_nested_; }
+  // kNone for elements that are not nested, too.
+  Fit fit() const { return fit_; }
 
   int32_t up() const { return chords_.up; }
   int32_t down() const { return chords_.down; }
@@ -39,6 +47,10 @@ class NestedElement {
   const int32_t* order() const { return order_.data(); }
   int32_t row(int32_t i) const { return order_[static_cast<size_t>(i)]; }
   const Chord& chord(int32_t row) const { return chords_[row]; }
+  // How many different chords there are.
+  int32_t countLevels() const;
+  // The members as boxes, at most count(); returns the end.
+  ElementBox* copyBoxes(ElementBox* to) const;
 
  private:
   // Chords of the rows -up to down.
@@ -56,9 +68,9 @@ class NestedElement {
   static void add(const Chords& a, const Chords& b, int32_t width, Chords& sum);
   bool multiply(int32_t passes, int32_t width);
   bool sort();
-  bool suitsBorder(int32_t border_type) const;
+  Fit fitOf(int32_t border_type) const;
 
-  bool is_nested_ = false;
+  Fit fit_ = Fit::kNone;
   Chords chords_;
   ScratchBuffer<int32_t> order_;
 };

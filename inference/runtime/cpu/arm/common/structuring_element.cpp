@@ -8,16 +8,17 @@
 namespace tamix {
 namespace {
 
-// Positions [begin, end) relative to any of n samples, moved or shortened to where they stand for the same samples but reach
-// only a few times n beyond them.
+// Positions [begin, end) relative to any of n samples, moved by whole periods or shortened to where they stand for the same
+// samples but lie around 0.
 ElementSpan nearPositions(int64_t begin, int64_t end, int64_t n, int32_t border_type) {
   if (border_type == TAMIX_BORDER_CONSTANT || border_type == TAMIX_BORDER_REPLICATE || n == 1) {
     return {std::clamp(begin, -n, n), std::clamp(end - 1, -n, n) + 1};
   }
   if (end - begin >= 2 * n) return {0, 2 * n};
   const int64_t period = border_type == TAMIX_BORDER_WRAP ? n : border_type == TAMIX_BORDER_REFLECT ? 2 * n : 2 * n - 2;
-  const int64_t shift = begin < 0 ? (begin + 1) / period - 1 : begin / period;
-  return {begin - shift * period, end - shift * period};
+  const int64_t middle = begin + (end - begin) / 2;
+  const int64_t shift = (middle + (middle < 0 ? -period : period) / 2) / period * period;
+  return {begin - shift, end - shift};
 }
 
 }  // namespace
