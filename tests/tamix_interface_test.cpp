@@ -406,8 +406,8 @@ TEST(Instance, LeavesNothingBehind) {
     ASSERT_EQ(releaseTamix(&handle), TAMIX_OK);
   };
   live(0);  // finds out about the processors
-  const int64_t live_before = liveBytes();
   const size_t open_before = openFiles();
+  const int64_t live_before = liveBytes();
   for (long i = 0; i < lives; ++i) live(i);
   EXPECT_EQ(liveBytes(), live_before);
   EXPECT_EQ(openFiles(), open_before);

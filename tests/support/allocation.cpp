@@ -9,12 +9,18 @@
 #include <new>
 #include <optional>
 
-// The linker leads calls of the program's own objects, but not of shared libraries, here (option --wrap).
+// The linker leads calls of the program's own objects, but not of shared libraries, here (option --wrap). The operators new and
+// delete go by their mangled names; they are not replaced, so that the sanitizers keep theirs.
 extern "C" {
 void* __real_malloc(size_t size) noexcept;
 void* __real_memalign(size_t alignment, size_t size) noexcept;
 int __real_posix_memalign(void** block, size_t alignment, size_t size) noexcept;
 void __real_free(void* block) noexcept;
+void* __real__Znwm(size_t size);
+void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) noexcept;
+void __real__ZdlPv(void* block) noexcept;
+void __real__ZdlPvm(void* block, size_t size) noexcept;
+void __real__ZdlPvRKSt9nothrow_t(void* block, const std::nothrow_t& tag) noexcept;
 }
 
 namespace {
@@ -55,6 +61,11 @@ void* made(void* block, size_t size) {
   return block;
 }
 
+void* released(void* block) {
+  if (block != nullptr) state.live_bytes -= static_cast<int64_t>(malloc_usable_size(block));
+  return block;
+}
+
 }  // namespace
 
 extern "C" {
@@ -73,20 +84,26 @@ int __wrap_posix_memalign(void** block, size_t alignment, size_t size) noexcept 
   return result;
 }
 
-void __wrap_free(void* block) noexcept {
-  if (block != nullptr) state.live_bytes -= static_cast<int64_t>(malloc_usable_size(block));
-  __real_free(block);
+void __wrap_free(void* block) noexcept { __real_free(released(block)); }
+
+void* __wrap__Znwm(size_t size) {
+  if (failsNow(false)) throw std::bad_alloc();
+  return made(__real__Znwm(size), size);
+}
+
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) noexcept {
+  return failsNow(false) ? nullptr : made(__real__ZnwmRKSt9nothrow_t(size, tag), size);
+}
+
+void __wrap__ZdlPv(void* block) noexcept { __real__ZdlPv(released(block)); }
+
+void __wrap__ZdlPvm(void* block, size_t size) noexcept { __real__ZdlPvm(released(block), size); }
+
+void __wrap__ZdlPvRKSt9nothrow_t(void* block, const std::nothrow_t& tag) noexcept {
+  __real__ZdlPvRKSt9nothrow_t(released(block), tag);
 }
 
 }  // extern "C"
-
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return __wrap_malloc(size); }
-void* operator new(size_t size) {
-  if (void* const block = __wrap_malloc(size)) return block;
-  throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { __wrap_free(block); }
-void operator delete(void* block, size_t /*size*/) noexcept { __wrap_free(block); }
 
 namespace tamix::test {
 
