@@ -130,6 +130,23 @@ HWY_INLINE V commonReciprocalEstimate(D d, V v) {
 }
 #endif
 
+// The approximation r of 1 / v, refined by one step. Of a NaN v, r has the sign, and the step the other one.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V refinedOnce(D d, V v, V r) {
+  const auto step = reciprocalStep(d, v, r);
+#if HWY_TARGET == HWY_NEON
+  // FMULX, because compilers may swap FMUL's operands, and the first NaN is the result. Zero never meets infinity here, the
+  // only case in which the two differ.
+  if constexpr (sizeof(V) == 16) {
+    return V(vmulxq_f32(r.raw, step.raw));
+  } else {
+    return V(vmulx_f32(r.raw, step.raw));
+  }
+#else
+  return hn::Mul(r, step);
+#endif
+}
+
 #if HWY_TARGET != HWY_NEON
 // True when a lane of any v is zero, infinite, NaN, or below 2^-126 or from 2^126 on.
 template <class D, class... V>
@@ -164,12 +181,11 @@ HWY_INLINE V refinedReciprocalOfAny(D d, V v) {
   }
 #endif
   const auto r0 = reciprocalEstimate(d, v);
-  const auto r1 = hn::Mul(r0, reciprocalStep(d, v, r0));
-  const auto r2 = hn::Mul(r1, reciprocalStep(d, v, r1));
+  const auto r2 = refinedOnce(d, v, refinedOnce(d, v, r0));
 #if HWY_TARGET == HWY_NEON
   return r2;
 #else
-  return hn::IfThenElse(hn::IsNaN(v), r0, r2);  // a step without a fused multiply-add changes a NaN's sign
+  return hn::IfThenElse(hn::IsNaN(v), r0, r2);
 #endif
 }
 
