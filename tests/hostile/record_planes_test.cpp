@@ -122,6 +122,9 @@ TEST_P(RecordPlanes, LieDirectlyBetweenInaccessiblePages) {
 // Rows so far apart give what they give side by side, and nothing but rows is touched. Results are converted in every other
 // record.
 TEST_P(RecordPlanes, MayHaveRowsGigabytesApart) {
+#if defined(__aarch64__) && defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the planes take 1 TiB; under emulation the address sanitizer knows of addresses below 2^39 only";
+#endif
   const std::string name = nameOf(GetParam());
   const int32_t height = name.starts_with("resizeBilinearNV21") ? 10 : 4;
   // The joined image is packed as bytes, but not as floats.
