@@ -182,14 +182,14 @@ class BoxPass {
     for (int64_t x = width_; x < width_ + static_cast<int64_t>(right_ / kPixel); ++x) fill(x);
   }
 
-  // Windows twice as wide. Behind the last whole one, bytes do not matter.
+  // Windows twice as wide. Bytes behind the first pixel of the last one do not matter.
   void widen(int64_t width) const {
     const hn::ScalableTag<uint8_t> d;
     const size_t step = static_cast<size_t>(width) * kPixel;
     const size_t all = left_ + n_ + right_;
     for (int64_t y = rows_.begin; y < rows_.end; ++y) {
       uint8_t* const row = rowOf(wide_, y) - left_;
-      for (size_t i = 0; i + 2 * step <= all + kPixel; i += hn::Lanes(d)) {
+      for (size_t i = 0; i + 2 * step < all + kPixel; i += hn::Lanes(d)) {
         hn::StoreU(Op()(hn::LoadU(d, row + i), hn::LoadU(d, row + i + step)), d, row + i);
       }
     }
