@@ -1,7 +1,6 @@
 // Erosion, dilation and their compositions as operators: what they refuse, in which order, and what they write into the record.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,75 +9,36 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/morphology_model.h"
 #include "tests/support/operator_run.h"
+#include "tests/support/refusals.h"
 
 namespace tamix::test {
 namespace {
 
 using Lines = std::vector<std::string>;
 
-struct Refusal {
-  const char* what;
-  std::function<void(TamixParams&)> change;
-  const char* message;
-};
-
 uint8_t members[9] = {1, 1, 1};
 
-const std::vector<Refusal>& commonRefusals() {
-  static const std::vector<Refusal> all = {
-      {"channel",
-       [](TamixParams& p) {
-         p.output[0].channel = 1;
-         p.output[0].height = 2;
-       },
+TEST(MorphologyOperators, RefuseInOrder) {
+  const Image<uint8_t> src = randomImage<uint8_t>({12, 3, 12, 3});
+  const Image<uint8_t> dst(src.shape());
+  TamixParams served = recordOf(src, dst);
+  served.morph_type = 0;
+  const std::vector<Refusal> common = {
+      {"channel", [](TamixParams& p) { p.output[0].channel = 1, p.output[0].height = 2; },
        "Recieve unsupported input and output channel: 3, 1"},
-      {"size",
-       [](TamixParams& p) {
-         p.output[0].height = 2;
-         p.input[0].type = 8;
-         p.morph_type = -1;
-       },
+      {"size", [](TamixParams& p) { p.output[0].height = 2, p.input[0].type = 8, p.morph_type = -1; },
        "Recieve unsupported input and output shape: (3, 12) and (2, 12)"},
       {"type", [](TamixParams& p) { p.input[0].type = 8; }, "Recieve unsupported data type: 8"}};
-  return all;
-}
-
-void refuseAll(int32_t type, const std::string& file, const std::vector<Refusal>& refusals) {
-  const RunningOperator operation(type);
-  const Image<uint8_t> src = randomImage<uint8_t>({12, 3, 12, 3});
-  for (const Refusal& refusal : refusals) {
-    SCOPED_TRACE(file + ": " + refusal.what);
-    const Image<uint8_t> dst(src.shape());
-    TamixParams params = recordOf(src, dst);
-    params.morph_type = 0;
-    refusal.change(params);
-    LogCapture log;
-    EXPECT_EQ(operation.run(params), TAMIX_ERR_UNSUPPORTED);
-    EXPECT_EQ(log.errors(), Lines{errorLine("runtime/cpu/op/" + file, "forward", refusal.message)});
-    EXPECT_TRUE(sameBytes(dst, Image<uint8_t>(src.shape())));
-  }
-}
-
-TEST(MorphologyOperators, RefuseInOrder) {
-  refuseAll(TAMIX_OP_ERODE, "erode_cpu.cpp", commonRefusals());
-  refuseAll(TAMIX_OP_DILATE, "dilate_cpu.cpp", commonRefusals());
-  refuseAll(TAMIX_OP_MORPHOLOGY_EX, "morphologyex_cpu.cpp", commonRefusals());
-  refuseAll(TAMIX_OP_MORPHOLOGY_EX, "morphologyex_cpu.cpp",
-            {{"format of several planes", [](TamixParams& p) { p.output[0].format = Tamix_I420; },
-              "Recieve unsupported data format: 8 with 3 channels"},
-             {"kernel of no size",
-              [](TamixParams& p) {
-                p.kernel = members;
-                p.kernel_width = 3;
-                p.morph_type = -1;
-              },
-              "Recieve kernel size is null."},
-             {"no operation",
-              [](TamixParams& p) {
-                p.morph_type = -1;
-                p.input[0].type = 8;
-              },
-              "Recieve morph_type is null."}});
+  expectRefusals(TAMIX_OP_ERODE, "runtime/cpu/op/erode_cpu.cpp", served, common);
+  expectRefusals(TAMIX_OP_DILATE, "runtime/cpu/op/dilate_cpu.cpp", served, common);
+  std::vector<Refusal> all = common;
+  all.insert(all.end(),
+             {{"format of several planes", [](TamixParams& p) { p.output[0].format = Tamix_I420; },
+               "Recieve unsupported data format: 8 with 3 channels"},
+              {"kernel of no size", [](TamixParams& p) { p.kernel = members, p.kernel_width = 3, p.morph_type = -1; },
+               "Recieve kernel size is null."},
+              {"no operation", [](TamixParams& p) { p.morph_type = -1, p.input[0].type = 8; }, "Recieve morph_type is null."}});
+  expectRefusals(TAMIX_OP_MORPHOLOGY_EX, "runtime/cpu/op/morphologyex_cpu.cpp", served, all);
   EXPECT_EQ(offsetof(KernelTable, erodeCPUUINT8), 40 * sizeof(void*));
   EXPECT_EQ(offsetof(KernelTable, morphologyExCPUUINT8), 43 * sizeof(void*));
 }
