@@ -98,12 +98,10 @@ void combineRows(const Op& op, const uint8_t* const* rows, int64_t window, uint8
 
 template <int kRows, class Op>
 void combineRows(const Op& op, const uint8_t* const* rows, int64_t window, uint8_t* const* lines, size_t n) {
-  if constexpr (kRows > 1) {
-    if (window == 1) return combineRows<kRows, 1>(op, rows, window, lines, n);
-    if (window == 2) return combineRows<kRows, 2>(op, rows, window, lines, n);
-    if (window == 3) return combineRows<kRows, 3>(op, rows, window, lines, n);
-    if (window == 5) return combineRows<kRows, 5>(op, rows, window, lines, n);
-  }
+  if (window == 1) return combineRows<kRows, 1>(op, rows, window, lines, n);
+  if (window == 2) return combineRows<kRows, 2>(op, rows, window, lines, n);
+  if (window == 3) return combineRows<kRows, 3>(op, rows, window, lines, n);
+  if (window == 5) return combineRows<kRows, 5>(op, rows, window, lines, n);
   combineRows<kRows, 0>(op, rows, window, lines, n);
 }
 

@@ -28,22 +28,21 @@ class NestedPass {
 
   // False without memory. The planes must not overlap.
   bool run() {
-    const Plane<const uint8_t>& src = image_.src;
     const Plane<uint8_t>& dst = image_.dst;
     lines_ = ScratchBuffer<uint8_t>(pitch_ * 2 * kLines);
-    if (!lines_ || !prepareTallest(src)) return false;
+    if (!lines_ || !prepareTallest()) return false;
     for (int32_t y = 0; y < image_.height; y += kLines) {
       const int32_t lines = std::min(kLines, image_.height - y);
-      for (int32_t k = 0; k < lines; ++k) {
-        std::fill_n(line(k), n_, Op::kNeutral);
-        unspread_[k] = element_.chord(element_.row(0));
-      }
+      std::fill_n(is_empty_, lines, true);
+      std::fill_n(is_done_, lines, false);
       for (int32_t begin = 0; begin < element_.count();) {
         const int32_t end = endOfLevel(begin);
-        for (int32_t k = 0; k < lines; ++k) addLevel(src, k, y + k, begin, end);
+        for (int32_t k = 0; k < lines; ++k) addLevel(k, y + k, begin, end);
         begin = end;
       }
-      for (int32_t k = 0; k < lines; ++k) spread(k, {0, 0}, nullptr, 0, dst.row(y + k));
+      for (int32_t k = 0; k < lines; ++k) {
+        if (!is_done_[k]) spread(k, {0, 0}, nullptr, 0, dst.row(y + k));
+      }
     }
     if (image_.border_type == TAMIX_BORDER_CONSTANT) addConstant(dst);
     return true;
@@ -67,7 +66,7 @@ class NestedPass {
   }
 
   // The rows of the most frequent chord and of all longer ones are neighbours: their extremum for every row of the image.
-  bool prepareTallest(const Plane<const uint8_t>& src) {
+  bool prepareTallest() {
     int32_t most = kTallRows;
     for (int32_t begin = 0; begin < element_.count();) {
       const int32_t end = endOfLevel(begin);
@@ -87,24 +86,24 @@ class NestedPass {
     vertical.iterations = 1;
     RectanglePass<Op> pass(vertical, tall_rows_, 1, /*feeds_another=*/false);
     if (!tall_ || !pass.allocate()) return false;
-    pass.image(src, {tall_.data(), static_cast<ptrdiff_t>(n_)});
+    pass.image(image_.src, {tall_.data(), static_cast<ptrdiff_t>(n_)});
     return true;
   }
 
-  // Line k and the rows [begin, end) of a chord, if any lies in the image.
-  void addLevel(const Plane<const uint8_t>& src, int32_t k, int32_t y, int32_t begin, int32_t end) {
+  // Adds the rows [begin, end) of a chord, those that lie in the image, to line k; the last ones straight to the result, where
+  // the line need not be spread any more.
+  void addLevel(int32_t k, int32_t y, int32_t begin, int32_t end) {
+    const Chord& chord = element_.chord(element_.row(begin));
     const uint8_t* rows[kDirectRows];
     int64_t count = 0;
     const auto flush = [&] {
-      const Chord& chord = element_.chord(element_.row(begin));
       spread(k, chord, rows, count, otherLine(k));
       current_[k] = 1 - current_[k];
-      unspread_[k] = chord;
       count = 0;
     };
     const auto add = [&](const uint8_t* row) {
-      rows[count++] = row;
       if (count == kDirectRows) flush();
+      rows[count++] = row;
     };
     if (begin == tallest_) {
       add(tall_.data() + static_cast<size_t>(y) * n_);
@@ -112,19 +111,30 @@ class NestedPass {
       for (int32_t i = begin; i < end; ++i) {
         const int64_t row = int64_t{y} + element_.row(i);
         if (row >= 0 && row < image_.height) {
-          add(src.row(row));
+          add(image_.src.row(row));
         } else if (wraps_) {
-          add(src.row(borderIndex(row, image_.height, TAMIX_BORDER_WRAP)));
+          add(image_.src.row(borderIndex(row, image_.height, TAMIX_BORDER_WRAP)));
         }
       }
     }
-    if (count > 0) flush();
+    if (count == 0) return;
+    is_done_[k] = end == element_.count() && chord == Chord{0, 0};
+    if (is_done_[k]) return spread(k, chord, rows, count, image_.dst.row(y));
+    flush();
   }
 
-  // out = line k spread until only the chord is left to be spread, and the rows.
-  void spread(int32_t k, const Chord& chord, const uint8_t* const* rows, int64_t count, uint8_t* out) const {
+  // out = line k spread until only the chord is left to be spread, and the rows. The first rows, among them row 0, are the
+  // line.
+  void spread(int32_t k, const Chord& chord, const uint8_t* const* rows, int64_t count, uint8_t* out) {
+    if (is_empty_[k]) {
+      combineRows<1>(Op(), rows, count, &out, n_);
+      is_empty_[k] = false;
+      unspread_[k] = chord;
+      return;
+    }
     const int32_t left = unspread_[k].left - chord.left;
     const int32_t right = unspread_[k].right - chord.right;
+    unspread_[k] = chord;
     const size_t left_bytes = static_cast<size_t>(left) * kPixel;
     const size_t right_bytes = static_cast<size_t>(right) * kPixel;
     uint8_t* const middle = line(k);
@@ -144,7 +154,9 @@ class NestedPass {
     int64_t combined = 0;
     if (count >= 4) {
       combined = combine(std::integral_constant<int, 4>());
-    } else if (count >= 2) {
+    } else if (count == 3) {
+      combined = combine(std::integral_constant<int, 3>());
+    } else if (count == 2) {
       combined = combine(std::integral_constant<int, 2>());
     } else if (count == 1) {
       combined = combine(std::integral_constant<int, 1>());
@@ -187,6 +199,8 @@ class NestedPass {
   int32_t tallest_ = -1;  // the first row, in the order of chords, of the chord that is combined for the whole image
   int32_t tall_rows_ = 0;
   size_t current_[kLines] = {};
+  bool is_empty_[kLines];
+  bool is_done_[kLines];
   Chord unspread_[kLines];  // what the lines are still to be spread by
   ScratchBuffer<uint8_t> lines_;
   ScratchBuffer<uint8_t> tall_;
