@@ -200,6 +200,11 @@ TEST(NormalizationCPU, ConvertsBytesAlsoWhereTheKernelRefuses) {
   EXPECT_EQ(op.run(params), TAMIX_ERR_UNSUPPORTED);
   EXPECT_EQ(log.errors(), line);
   EXPECT_TRUE(sameBytes(dst, converted));
+  // A frame's luma has one channel, whatever the record says.
+  params.input[0].format = Tamix_I420;
+  params.input[0].channel = params.output[0].channel = 21;
+  EXPECT_EQ(op.run(params), TAMIX_ERR_UNSUPPORTED);
+  EXPECT_TRUE(sameBytes(dst, converted));
 }
 
 TEST(NormalizationCPU, ScalesBytesIntoFloats) {

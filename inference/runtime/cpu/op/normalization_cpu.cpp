@@ -89,9 +89,10 @@ int32_t NormalizationCPU::normalizationCPUUINT8(TamixParams& params) {
     setConverted();
     return TAMIX_OK;
   }
-  // Otherwise through floats in the output. The input is read with the output's pitch: what the kernel is going to refuse is
-  // converted only where that stays inside the input.
-  if (!runs && (reorder == 1 || dst.width_stride > src.width_stride)) {
+  // Otherwise through floats in the output. The input is read with the output's pitch and planes: what the kernel is going to
+  // refuse is converted only where that stays inside the input.
+  const bool reads_luma_as_pixels = isTwoPlane(src.format) && !isTwoPlane(dst.format) && src.channel > 1;
+  if (!runs && (reorder == 1 || dst.width_stride > src.width_stride || reads_luma_as_pixels)) {
     TAMIX_DEBUG("dataUINT8ToFLOAT32 forward");
   } else {
     const int32_t status = dataTypeInputToOutput(src, Tamix_UINT8, dst, Tamix_FLOAT32, false);
