@@ -90,12 +90,14 @@ void convertRow(const uint8_t* src, uint8_t* dst, size_t width, const LabTables&
 int32_t LABToRGBCPUUINT8(const uint8_t* src, uint8_t* dst, int32_t width, int32_t height, int32_t src_width_stride,
                          int32_t dst_width_stride, int32_t dst_channels, int32_t /*num_threads*/) {
   TAMIX_REQUIRE_DATA(src, dst);
+  const size_t n = rowElements(width);
+  if (n == 0) return TAMIX_OK;  // however many rows
   const LabTables& tables = labTables();
   const auto lab = plane(src, src_width_stride, 3);
   const auto rgb = plane(dst, dst_width_stride, dst_channels == 4 ? 4 : 3);
   auto* const row = dst_channels == 4 ? convertRow<4> : convertRow<3>;
   Strip strip = {};
-  for (int32_t y = 0; y < height; ++y) row(lab.row(y), rgb.row(y), rowElements(width), tables, strip);
+  for (int32_t y = 0; y < height; ++y) row(lab.row(y), rgb.row(y), n, tables, strip);
   return TAMIX_OK;
 }
 
