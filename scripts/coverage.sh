@@ -43,7 +43,7 @@ for preset in "${presets[@]}"; do
   cmake --preset "$preset" -B "$build" -DTAMIX_COVERAGE="$library" -DTAMIX_BUILD_TOOL=OFF -DTAMIX_BUILD_BENCHMARKS=OFF >/dev/null
   cmake --build "$build"
   rm -rf "$build/profiles"
-  (cd "$build" && LLVM_PROFILE_FILE=$PWD/profiles/%m.profraw ctest -j "$(nproc)" --output-on-failure -E '^(exports|package)_test$')
+  (cd "$build" && LLVM_PROFILE_FILE=$PWD/profiles/%m.profraw ctest -j "$(nproc)" --output-on-failure -E '^(abi|exports|package)_test$')
   llvm-profdata merge -o "$build/profile" "$build"/profiles/*.profraw
   # Every test program contains the whole library.
   for format in text lcov; do
