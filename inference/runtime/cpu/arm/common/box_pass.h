@@ -138,13 +138,14 @@ class BoxPass {
   // The rows of the source that stand for positions [begin, end).
   template <class Visit>
   void visitRows(int64_t begin, int64_t end, const Visit& visit) const {
-    if (border_type_ != kNoBorder) {
-      visitSamples(begin, end, height_, border_type_, visit);
-      return;
-    }
     const int64_t first = std::max<int64_t>(begin, 0);
     const int64_t last = std::min(end, height_) - 1;
-    if (first <= last) visit(first, last);
+    const bool is_inside = first == begin && last == end - 1;
+    if (!is_inside && border_type_ != kNoBorder) {
+      visitSamples(begin, end, height_, border_type_, visit);
+    } else if (first <= last) {
+      visit(first, last);
+    }
   }
 
   // All rows that the band from y on looks at, and those between them; at least one.
@@ -212,6 +213,7 @@ class BoxPass {
     tallest = std::min(tallest, rows_.count());
     for (int64_t height = 1; height <= tallest; height *= 2) {
       if (height > 1) heighten(height == 2 ? wide_ : high_, height / 2);
+      while (begin->row_end - begin->row_begin < height) ++begin;  // lower boxes have no windows as high
       const ScratchBuffer<uint8_t>& table = height == 1 ? wide_ : high_;
       for (int64_t first = y; first < end; first += kLines) {
         const auto lines = static_cast<int32_t>(std::min<int64_t>(kLines, end - first));
